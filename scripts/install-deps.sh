@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the project builds with. Idempotent: when every
+# package is present it only checks and returns.
+set -euo pipefail
+
+packages=(
+  build-essential cmake ninja-build pkg-config g++ clang-14 libclang-rt-14-dev
+  clang-format
+  libboost-dev libboost-thread-dev libboost-chrono-dev libboost-date-time-dev
+  libboost-timer-dev libboost-system-dev libboost-filesystem-dev
+  liblog4cplus-dev libnsl-dev librapidxml-dev libutfcpp-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+)
+# Extra groups, selected by arguments: "armhf" for the cross build.
+for group in "$@"; do
+  case "$group" in
+    armhf) packages+=(crossbuild-essential-armhf qemu-user) ;;
+    *) echo "install-deps: unknown group '$group'" >&2; exit 2 ;;
+  esac
+done
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+echo "install-deps: installing ${missing[*]}"
+$SUDO apt-get update -qq
+DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"

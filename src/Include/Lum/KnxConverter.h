@@ -1,0 +1,37 @@
+#pragma once
+
+#include <Lum/Export.h>
+#include <Lum/KnxConverterRange.h>
+#include <Platform/KnxStack.h>
+#include <Platform/OruValue.h>
+
+namespace Lum
+{
+
+// Converts one family of DPTs between ORUVALUE and group values. Converters
+// are immutable after construction, so one object may serve many threads.
+class LUM_OM_API KnxConverter
+{
+public:
+    virtual ~KnxConverter() = default;
+    virtual bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const = 0;
+    virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const = 0;
+    // A new heap copy of the same class; the caller owns it.
+    virtual KnxConverter* Clone() const = 0;
+
+protected:
+    KnxConverter() = default;
+    KnxConverter(const KnxConverter&) = default;
+    KnxConverter& operator=(const KnxConverter&) = default;
+};
+
+// Byte-array fallback for DPTs without a family converter.
+class LUM_OM_API KnxConverterDefault : public KnxConverter
+{
+public:
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    KnxConverter* Clone() const override;
+};
+
+} // namespace Lum

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <Lum/Export.h>
+#include <Lum/KnxConverter.h>
+#include <Platform/KnxStack.h>
+#include <Platform/OruValue.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+namespace Lum
+{
+
+// How group values of one DPT convert. Owns its own copy of the converter.
+class LUM_OM_API DptValueEntry
+{
+public:
+    DptValueEntry(const KNXDPT& dpt, OruValueType ivt, OruDP::OruValueSubType ist, const KnxConverter& converter);
+    DptValueEntry(const DptValueEntry& other);
+    DptValueEntry& operator=(const DptValueEntry& other);
+    virtual ~DptValueEntry();
+
+    KNXDPT dpt;
+    OruValueType ivt;
+    OruDP::OruValueSubType ist;
+    std::unique_ptr<KnxConverter> converter;
+};
+
+// Main number -> sub number -> entry; sub 0 is the entry of the whole main number.
+class LUM_OM_API DptValueMap
+{
+public:
+    using SubMap = std::map<std::uint16_t, DptValueEntry>;
+    using MainMap = std::map<std::uint16_t, SubMap>;
+
+    DptValueMap() = default;
+    virtual ~DptValueMap();
+
+    // The first registration of a DPT wins; a duplicate reports true.
+    bool Add(const KNXDPT& dpt, const DptValueEntry& entry);
+    // Exact sub number, then main.x, then the shared empty entry (value type 1).
+    const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
+    void Clear();
+
+    const MainMap& Entries() const { return m_entries; }
+
+private:
+    MainMap m_entries;
+};
+
+// The shared entry that a lookup miss yields: DPT 0.0, value type 1.
+LUM_OM_API const DptValueEntry& GetEmptyDptValueEntry();
+
+// Converts ORUVALUEs to group values and back by DPT. Init() fills the map
+// once; afterwards the object is read-only and may serve several threads.
+class LUM_OM_API KnxValueConverter
+{
+public:
+    KnxValueConverter() = default;
+    virtual ~KnxValueConverter() = default;
+
+    bool Init();
+
+    bool ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::GroupValue& gv) const;
+    bool FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv, ORUVALUE& val) const;
+
+    static bool AreValueTypesCompatible(OruValueType valueType, OruValueType entryType);
+    static bool GetDefaultMappingDptForSize(KNXDPT& dpt);
+    static bool GetDefaultMappingDptForValueType(KNXDPT& dpt, const ORUVALUE& val);
+    // Bits a group value of this main number must have; 0 when unknown,
+    // kVariableBitSize when not checked.
+    static std::uint32_t GetExpectedBitSize(std::uint16_t mainNumber);
+    static constexpr std::uint32_t kVariableBitSize = 2147483647u;
+
+    const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
+    bool AddDptValueMapEntry(unsigned short main, unsigned short sub, unsigned char bitSize, OruValueType ivt,
+                             OruDP::OruValueSubType ist, const KnxConverter& converter);
+
+    const DptValueMap& GetDptValueMap() const { return dptValueMap; }
+
+    // Clears the map and registers every supported DPT; always true.
+    bool FillDptValueMap();
+
+private:
+    DptValueMap dptValueMap;
+};
+
+} // namespace Lum

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <Lum/Export.h>
+#include <Platform/OruValue.h>
+#include <Platform/Text.h>
+#include <Platform/TimeOfDay.h>
+
+#include <boost/date_time/posix_time/ptime.hpp>
+
+#include <string>
+
+namespace Lum
+{
+
+// The text itself when it is valid UTF-8, else with each invalid sequence
+// replaced by "?".
+LUM_OM_API UTF8String RepairUTF8(std::string text);
+
+// The ORUVALUE holding value, typed after T; asserts
+// "result.ivt == expectedType". Instantiated for bool, unsigned char, short,
+// unsigned short, long, unsigned long, double, std::string, UTF8String and
+// LumApp::TimeOfDay.
+template <typename T>
+LUM_OM_API ORUVALUE ToOruValue(const T& value, OruValueType expectedType);
+
+// An ORUVALUE of the given type holding the time; empty (type 1) for a time
+// past 2038-01-19 03:14:07.
+LUM_OM_API ORUVALUE ToOruValue(const boost::posix_time::ptime& time, OruValueType type);
+
+} // namespace Lum

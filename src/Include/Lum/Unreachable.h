@@ -1,0 +1,24 @@
+#pragma once
+
+#include <Lum/Export.h>
+
+#include <boost/optional.hpp>
+
+namespace Lum
+{
+
+// Logs FATAL "This statement should not be executed. There is a bug somewhere
+// around <file>:<line>" and terminates the process.
+[[noreturn]] LUM_OM_API void ReportUnreachable(const char* file, int line);
+
+template <typename T>
+T UndefinedBehaviourIfNone(boost::optional<T> value)
+{
+    if (!value)
+        ReportUnreachable(__FILE__, __LINE__);
+    return std::move(*value);
+}
+
+} // namespace Lum
+
+#define LUM_UNREACHABLE() ::Lum::ReportUnreachable(__FILE__, __LINE__)

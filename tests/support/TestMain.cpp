@@ -1,0 +1,16 @@
+#include <gtest/gtest.h>
+
+#include <log4cplus/initializer.h>
+#include <log4cplus/logger.h>
+#include <log4cplus/nullappender.h>
+
+int main(int argc, char** argv)
+{
+    // The application owns log4cplus's lifetime, not the library.
+    log4cplus::Initializer initializer;
+    // Quiet by default: tests that check lines attach a LogCapture.
+    log4cplus::Logger::getRoot().addAppender(log4cplus::SharedAppenderPtr(new log4cplus::NullAppender));
+    testing::InitGoogleTest(&argc, argv);
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    return RUN_ALL_TESTS();
+}
