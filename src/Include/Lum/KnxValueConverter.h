@@ -16,9 +16,12 @@ namespace Lum
 class LUM_OM_API DptValueEntry
 {
 public:
-    DptValueEntry(const KNXDPT& dpt, OruValueType ivt, OruDP::OruValueSubType ist, const KnxConverter& converter);
+    DptValueEntry(const KNXDPT& dpt, OruValueType ivt, OruDP::OruValueSubType ist,
+                  const KnxConverter& converter);
     DptValueEntry(const DptValueEntry& other);
+    DptValueEntry(DptValueEntry&& other) noexcept;
     DptValueEntry& operator=(const DptValueEntry& other);
+    DptValueEntry& operator=(DptValueEntry&& other) noexcept;
     virtual ~DptValueEntry();
 
     KNXDPT dpt;
@@ -39,6 +42,8 @@ public:
 
     // The first registration of a DPT wins; a duplicate reports true.
     bool Add(const KNXDPT& dpt, const DptValueEntry& entry);
+    // As above, taking over the entry's converter instead of copying it again.
+    bool Add(const KNXDPT& dpt, DptValueEntry&& entry);
     // Exact sub number, then main.x, then the shared empty entry (value type 1).
     const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
     void Clear();
@@ -81,6 +86,14 @@ public:
 
     // Clears the map and registers every supported DPT; always true.
     bool FillDptValueMap();
+
+protected:
+    // Registers one row of the DPT table; FillDptValueMap() uses AddDptValueMapEntry.
+    using DptEntryAdder = bool (*)(KnxValueConverter& self, unsigned short main, unsigned short sub,
+                                   unsigned char bitSize, OruValueType ivt, OruDP::OruValueSubType ist,
+                                   const KnxConverter& converter);
+    // Lets a subclass refuse rows to exercise the failure path of the table.
+    bool FillDptValueMap(DptEntryAdder adder);
 
 private:
     DptValueMap dptValueMap;
