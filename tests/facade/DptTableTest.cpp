@@ -1,6 +1,7 @@
 // The registered DPT rows: what Init() puts into the map.
 #include "FacadeTestSupport.h"
 
+#include <LogCapture.h>
 #include <Lum/KnxConverterBitField.h>
 #include <Lum/KnxConverterDateTime.h>
 #include <Lum/KnxConverterFloat.h>
@@ -8,7 +9,6 @@
 #include <Lum/KnxConverterScene.h>
 #include <Lum/KnxConverterString.h>
 #include <Lum/KnxValueConverter.h>
-#include <LogCapture.h>
 
 #include <gtest/gtest.h>
 
@@ -41,18 +41,16 @@ struct B
 
 using Check = std::function<void(const Lum::KnxConverter&, const std::string&)>;
 
-template <class C>
-Check Plain()
+template <class C> Check Plain()
 {
-    return [](const Lum::KnxConverter& k, const std::string& where) {
-        EXPECT_EQ(typeid(k), typeid(C)) << where;
-    };
+    return [](const Lum::KnxConverter& k, const std::string& where)
+    { EXPECT_EQ(typeid(k), typeid(C)) << where; };
 }
 
-template <class C>
-Check Ranged(B r)
+template <class C> Check Ranged(B r)
 {
-    return [r](const Lum::KnxConverter& k, const std::string& where) {
+    return [r](const Lum::KnxConverter& k, const std::string& where)
+    {
         const C* c = dynamic_cast<const C*>(&k);
         ASSERT_NE(c, nullptr) << where << " is a " << typeid(k).name();
         EXPECT_EQ(typeid(k), typeid(C)) << where;
@@ -176,7 +174,8 @@ TEST(DptTable, InitRegistersFiftyThreeRowsUnderTwentySevenMainNumbers)
     EXPECT_TRUE(converter.Init());
     EXPECT_EQ(CountEntries(converter), 53u);
     EXPECT_EQ(converter.GetDptValueMap().Entries().size(), 27u);
-    EXPECT_TRUE(log.TextsAtLeast(log4cplus::INFO_LOG_LEVEL).empty()) << log.TextsAtLeast(log4cplus::INFO_LOG_LEVEL)[0];
+    EXPECT_TRUE(log.TextsAtLeast(log4cplus::INFO_LOG_LEVEL).empty())
+        << log.TextsAtLeast(log4cplus::INFO_LOG_LEVEL)[0];
 
     // A second Init() rebuilds the same map instead of adding to it.
     EXPECT_TRUE(converter.Init());

@@ -1,7 +1,7 @@
 #include "FacadeTestSupport.h"
 
-#include <Lum/KnxValueConverter.h>
 #include <LogCapture.h>
+#include <Lum/KnxValueConverter.h>
 
 #include <gtest/gtest.h>
 
@@ -42,6 +42,11 @@ struct LookupCase
     std::uint16_t foundSub;    // of the entry returned on a hit
     const char* expectedError; // nullptr: nothing logged
 };
+
+void PrintTo(const LookupCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
 
 class DptValueMapLookup : public ::testing::TestWithParam<LookupCase>
 {
@@ -99,13 +104,21 @@ INSTANTIATE_TEST_SUITE_P(
         LookupCase{"BitSizeIsNoPartOfTheKey", {{9, 1}}, Dpt(9, 1, 32), true, 1, nullptr},
         LookupCase{"UnknownMain", {{9, 0}, {9, 1}}, Dpt(22, 1), false, 0, "No Entry found for DPT = 22.1"},
         LookupCase{"UnknownMainNoPadding", {}, Dpt(99, 1), false, 0, "No Entry found for DPT = 99.1"},
-        LookupCase{"SubZeroWithoutMainEntry", {{9, 1}, {9, 2}}, Dpt(9, 0), false, 0,
-                   "No Entry found for DPT = 9.0"},
-        LookupCase{"OtherSubWithoutMainEntry", {{9, 1}, {9, 2}}, Dpt(9, 5), false, 0,
+        LookupCase{
+            "SubZeroWithoutMainEntry", {{9, 1}, {9, 2}}, Dpt(9, 0), false, 0, "No Entry found for DPT = 9.0"},
+        LookupCase{"OtherSubWithoutMainEntry",
+                   {{9, 1}, {9, 2}},
+                   Dpt(9, 5),
+                   false,
+                   0,
                    "No Entry found for DPT = 9.x"},
-        LookupCase{"LargeNumbersInDecimal", {{236, 0}}, Dpt(65535, 65535), false, 0,
+        LookupCase{"LargeNumbersInDecimal",
+                   {{236, 0}},
+                   Dpt(65535, 65535),
+                   false,
+                   0,
                    "No Entry found for DPT = 65535.65535"}),
-    [](const ::testing::TestParamInfo<LookupCase>& info) { return info.param.name; });
+    [](const ::testing::TestParamInfo<LookupCase>& p) { return p.param.name; });
 
 TEST(DptValueMap, FirstRegistrationWinsAndDuplicatesReportSuccess)
 {
@@ -216,8 +229,8 @@ TEST(KnxValueConverterEntries, AddDptValueMapEntryStoresItsOwnCopy)
         Lum::KnxValueConverter converter;
         {
             ScriptedConverter prototype(recorder);
-            EXPECT_TRUE(converter.AddDptValueMapEntry(9, 1, 16, ivtFloat, static_cast<OruDP::OruValueSubType>(3003),
-                                                      prototype));
+            EXPECT_TRUE(converter.AddDptValueMapEntry(9, 1, 16, ivtFloat,
+                                                      static_cast<OruDP::OruValueSubType>(3003), prototype));
             EXPECT_TRUE(converter.AddDptValueMapEntry(9, 1, 32, ivtInteger, OruDP::ivstNone, prototype));
         }
         // Only the map's copy is left.

@@ -30,7 +30,7 @@ inline KnxStack::GroupValue Group(std::initializer_list<unsigned char> bytes, un
     return KnxStack::GroupValue(KnxStack::BinaryData(data.data(), data.size()), bits);
 }
 
-inline std::vector<unsigned char> Bytes(const KnxStack::GroupValue& gv)
+inline std::vector<unsigned char> RawBytes(const KnxStack::GroupValue& gv)
 {
     const KnxStack::BinaryData& raw = gv.GetRawData();
     return std::vector<unsigned char>(raw.GetData(), raw.GetData() + raw.GetSize());
