@@ -55,8 +55,8 @@ void ORUTIME::SetDate(unsigned short y, unsigned char m, unsigned char d, bool l
     FillCalendarFields(*this);
 }
 
-void ORUTIME::SetDateTime(unsigned short y, unsigned char mo, unsigned char d, unsigned char h, unsigned char mi,
-                          unsigned char s, bool localTime)
+void ORUTIME::SetDateTime(unsigned short y, unsigned char mo, unsigned char d, unsigned char h,
+                          unsigned char mi, unsigned char s, bool localTime)
 {
     SetDate(y, mo, d, localTime);
     hour = h;
@@ -94,8 +94,8 @@ ORUTIME::operator struct tm() const
     result.tm_isdst = isDaylightSaving ? 1 : 0;
 
     const bool validDate = IsValidDate(year, month, day);
-    const boost::gregorian::date date =
-        validDate ? boost::gregorian::date(year, month, day) : boost::gregorian::date(boost::gregorian::not_a_date_time);
+    const boost::gregorian::date date = validDate ? boost::gregorian::date(year, month, day)
+                                                  : boost::gregorian::date(boost::gregorian::not_a_date_time);
 
     const int fromMask = TmWeekDayFromMask(weekDay);
     if (fromMask >= 0)

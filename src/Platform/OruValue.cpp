@@ -11,8 +11,8 @@
 #include <cstring>
 #include <string>
 
-using LumPlatformDetail::Kind;
 using LumPlatformDetail::FloatText;
+using LumPlatformDetail::Kind;
 using LumPlatformDetail::KindOf;
 
 // --- oru_string ---------------------------------------------------------------
@@ -276,7 +276,8 @@ std::string Format(const char* format, ...)
     va_start(args, format);
     const int n = std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
-    return n < 0 ? std::string() : std::string(text, std::min<std::size_t>(static_cast<std::size_t>(n), sizeof text - 1));
+    return n < 0 ? std::string()
+                 : std::string(text, std::min<std::size_t>(static_cast<std::size_t>(n), sizeof text - 1));
 }
 
 std::string DateText(const ORUTIME& t)

@@ -57,7 +57,8 @@ bool PutSigned(std::int64_t v, unsigned char* buffer, unsigned int length)
 }
 
 // The unsigned integer type of a float's or a double's bits.
-template <typename T> using BitsType = typename std::conditional<sizeof(T) == 4, std::uint32_t, std::uint64_t>::type;
+template <typename T>
+using BitsType = typename std::conditional<sizeof(T) == 4, std::uint32_t, std::uint64_t>::type;
 
 template <typename T> std::uint64_t BitsOf(T v)
 {
@@ -245,8 +246,9 @@ bool ByteArrayToOruValue(const unsigned char* buffer, unsigned int length, ORUVA
     case Kind::String:
     {
         const void* zero = std::memchr(buffer, 0, length);
-        const std::size_t n = zero != nullptr ? static_cast<std::size_t>(static_cast<const unsigned char*>(zero) - buffer)
-                                              : length;
+        const std::size_t n = zero != nullptr
+                                  ? static_cast<std::size_t>(static_cast<const unsigned char*>(zero) - buffer)
+                                  : length;
         value.GetString().assign(reinterpret_cast<const char*>(buffer), n);
         return true;
     }

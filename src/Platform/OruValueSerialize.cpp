@@ -25,9 +25,10 @@ constexpr const char* kInternalRevision = ".7";
 std::string TimeText(const ORUTIME& t)
 {
     char text[96];
-    const int n = std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u.%02u wd=%u yd=%u local=%u dst=%u",
-                                t.year, t.month, t.day, t.hour, t.minute, t.second, t.hundredths, t.weekDay,
-                                t.dayOfYear, t.isLocalTime ? 1u : 0u, t.isDaylightSaving ? 1u : 0u);
+    const int n =
+        std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u.%02u wd=%u yd=%u local=%u dst=%u",
+                      t.year, t.month, t.day, t.hour, t.minute, t.second, t.hundredths, t.weekDay,
+                      t.dayOfYear, t.isLocalTime ? 1u : 0u, t.isDaylightSaving ? 1u : 0u);
     return n > 0 ? std::string(text, static_cast<std::size_t>(n)) : std::string();
 }
 
@@ -51,7 +52,8 @@ public:
     }
 
     // Digits only: no sign, no blanks.
-    template <typename T> bool Unsigned(T& out, std::uint64_t max = std::numeric_limits<T>::max(), int base = 10)
+    template <typename T>
+    bool Unsigned(T& out, std::uint64_t max = std::numeric_limits<T>::max(), int base = 10)
     {
         if (m_pos == m_end || *m_pos == '-' || *m_pos == '+')
             return false;
@@ -104,11 +106,12 @@ private:
 
 bool ReadTime(Reader& r, ORUTIME& t)
 {
-    return r.Unsigned(t.year) && r.Literal("-") && r.Unsigned(t.month) && r.Literal("-") && r.Unsigned(t.day) &&
-           r.Literal(" ") && r.Unsigned(t.hour) && r.Literal(":") && r.Unsigned(t.minute) && r.Literal(":") &&
-           r.Unsigned(t.second) && r.Literal(".") && r.Unsigned(t.hundredths) && r.Literal(" wd=") &&
-           r.Unsigned(t.weekDay) && r.Literal(" yd=") && r.Unsigned(t.dayOfYear) && r.Literal(" local=") &&
-           r.Flag(t.isLocalTime) && r.Literal(" dst=") && r.Flag(t.isDaylightSaving);
+    return r.Unsigned(t.year) && r.Literal("-") && r.Unsigned(t.month) && r.Literal("-") &&
+           r.Unsigned(t.day) && r.Literal(" ") && r.Unsigned(t.hour) && r.Literal(":") &&
+           r.Unsigned(t.minute) && r.Literal(":") && r.Unsigned(t.second) && r.Literal(".") &&
+           r.Unsigned(t.hundredths) && r.Literal(" wd=") && r.Unsigned(t.weekDay) && r.Literal(" yd=") &&
+           r.Unsigned(t.dayOfYear) && r.Literal(" local=") && r.Flag(t.isLocalTime) && r.Literal(" dst=") &&
+           r.Flag(t.isDaylightSaving);
 }
 
 // "<type>" or "<type>.<revision>" before the first colon.

@@ -28,16 +28,16 @@ enum OruValueType : std::int32_t
     ivtTimePeriod = 14,// signed 32-bit (default of 13.100)
     ivtDayTime = 15,   // ORUTIME, time of day on a fixed date
     // Known by number to the compatibility rules; payloads as noted.
-    ivtUnsigned = 20,          // unsigned 32-bit
-    ivtLocalDateTime = 102,    // ORUTIME
-    ivtLocalTime = 104,        // ORUTIME, time part
-    ivtLocalDate = 105,        // ORUTIME, date part
-    ivtUtcDateTime = 201,      // ORUTIME
-    ivtPercentage = 1005,      // double
-    ivtEnumeration = 1021,     // unsigned 8-bit
-    ivtScaling = 1036,         // double
-    ivtDimming = 1037,         // double
-    ivtMeasurement = 1039,     // double
+    ivtUnsigned = 20,       // unsigned 32-bit
+    ivtLocalDateTime = 102, // ORUTIME
+    ivtLocalTime = 104,     // ORUTIME, time part
+    ivtLocalDate = 105,     // ORUTIME, date part
+    ivtUtcDateTime = 201,   // ORUTIME
+    ivtPercentage = 1005,   // double
+    ivtEnumeration = 1021,  // unsigned 8-bit
+    ivtScaling = 1036,      // double
+    ivtDimming = 1037,      // double
+    ivtMeasurement = 1039,  // double
 };
 
 namespace OruWeekDays
@@ -131,6 +131,7 @@ struct LUM_PLATFORM_API ORUTIME
     ORUTIME& operator=(std::time_t seconds);
     operator struct tm() const;
 
+    // Gregorian calendar, years 1400 to 9999.
     static bool IsValidDate(unsigned short year, unsigned char month, unsigned char day);
     static bool IsValidTime(unsigned char hour, unsigned char minute, unsigned char second);
 
