@@ -2,8 +2,6 @@
 
 #include <Platform/OruValue.h>
 
-#include <boost/optional.hpp>
-
 #include <charconv>
 #include <cinttypes>
 #include <cstdio>
@@ -115,21 +113,22 @@ bool ReadTime(Reader& r, ORUTIME& t)
 }
 
 // "<type>" or "<type>.<revision>" before the first colon.
-boost::optional<OruValueType> ReadHeader(const char* begin, const char* end)
+bool ReadHeader(const char* begin, const char* end, OruValueType& type)
 {
     Reader r(begin, end);
-    std::int32_t type = 0;
-    if (!r.Unsigned(type))
-        return boost::none;
+    std::int32_t number = 0;
+    if (!r.Unsigned(number))
+        return false;
     if (r.Literal("."))
     {
         std::uint64_t revision = 0;
         if (!r.Unsigned(revision))
-            return boost::none;
+            return false;
     }
     if (!r.AtEnd())
-        return boost::none;
-    return static_cast<OruValueType>(type);
+        return false;
+    type = static_cast<OruValueType>(number);
+    return true;
 }
 
 } // namespace
@@ -199,15 +198,15 @@ void ORUVALUE::Deserialize(const oru_string& in)
     if (colon == end)
         return;
 
-    const boost::optional<OruValueType> type = ReadHeader(begin, colon);
-    if (!type)
+    OruValueType type = ivtEmpty;
+    if (!ReadHeader(begin, colon, type))
         return;
 
     ORUVALUE value;
-    value.ivt = *type;
+    value.ivt = type;
     Reader r(colon + 1, end);
     bool ok = false;
-    switch (KindOf(*type))
+    switch (KindOf(type))
     {
     case Kind::Unset:
     case Kind::Empty:
