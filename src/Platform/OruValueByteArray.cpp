@@ -205,7 +205,7 @@ bool ByteArrayToOruValue(const unsigned char* buffer, unsigned int length, ORUVA
             value.SetFloat(FromBits<double>(ReadBigEndian(buffer, length)));
             return true;
         case 4:
-            value.SetFloat(FromBits<float>(ReadBigEndian(buffer, length)));
+            value.SetFloat(static_cast<double>(FromBits<float>(ReadBigEndian(buffer, length))));
             return true;
         case 1:
         case 2:

@@ -144,7 +144,7 @@ void ORUVALUE::Serialize(oru_string& out, bool internalFormat) const
     {
     case Kind::Unset:
     case Kind::Empty:
-    case Kind::Unknown:
+    case Kind::Unknown: // only the number; it reads back as an empty value
         break;
     case Kind::Bool:
         text += GetBool() ? "true" : "false";
