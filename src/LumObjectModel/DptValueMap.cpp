@@ -1,6 +1,7 @@
 #include <Lum/KnxValueConverter.h>
 #include <Platform/Logging.h>
 
+#include <cstddef>
 #include <utility>
 
 namespace Lum
@@ -64,6 +65,41 @@ const DptValueEntry& GetEmptyDptValueEntry()
     return empty;
 }
 
+namespace
+{
+
+// Enough for the nodes of the full DPT table on 32- and 64-bit targets; the
+// arena grows on its own should a caller add more.
+constexpr std::size_t kArenaBytes = 8192;
+
+} // namespace
+
+DptValueMap::DptValueMap() : m_arena(kArenaBytes), m_entries(&m_arena) {}
+
+DptValueMap::DptValueMap(const DptValueMap& other) : DptValueMap()
+{
+    *this = other;
+}
+
+DptValueMap& DptValueMap::operator=(const DptValueMap& other)
+{
+    if (this != &other)
+    {
+        Clear();
+        for (const auto& main : other.m_entries)
+        {
+            for (const auto& sub : main.second)
+            {
+                KNXDPT dpt = sub.second.dpt;
+                dpt.mainNumber = main.first;
+                dpt.subNumber = sub.first;
+                Add(dpt, sub.second);
+            }
+        }
+    }
+    return *this;
+}
+
 DptValueMap::~DptValueMap() = default;
 
 bool DptValueMap::Add(const KNXDPT& dpt, const DptValueEntry& entry)
@@ -114,6 +150,8 @@ void DptValueMap::Clear()
         mainEntry.second.clear();
     }
     m_entries.clear();
+    // Nothing points into the arena any more.
+    m_arena.release();
 }
 
 } // namespace Lum

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <memory_resource>
 
 namespace Lum
 {
@@ -34,10 +35,12 @@ public:
 class LUM_OM_API DptValueMap
 {
 public:
-    using SubMap = std::map<std::uint16_t, DptValueEntry>;
-    using MainMap = std::map<std::uint16_t, SubMap>;
+    using SubMap = std::pmr::map<std::uint16_t, DptValueEntry>;
+    using MainMap = std::pmr::map<std::uint16_t, SubMap>;
 
-    DptValueMap() = default;
+    DptValueMap();
+    DptValueMap(const DptValueMap& other);
+    DptValueMap& operator=(const DptValueMap& other);
     virtual ~DptValueMap();
 
     // The first registration of a DPT wins; a duplicate reports true.
@@ -51,6 +54,9 @@ public:
     const MainMap& Entries() const { return m_entries; }
 
 private:
+    // The map is rebuilt for every received telegram: its nodes come from one
+    // arena instead of one allocation each. Declared before the map it serves.
+    std::pmr::monotonic_buffer_resource m_arena;
     MainMap m_entries;
 };
 
