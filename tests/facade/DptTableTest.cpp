@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <typeinfo>
 #include <utility>
@@ -275,4 +276,36 @@ TEST(DptTable, FailedRowsAreLoggedSkippedAndStillReportSuccess)
     EXPECT_EQ(converter.GetDptValueMap().Entries().at(9).count(28), 0u);
     EXPECT_EQ(converter.GetDptValueMap().Entries().at(9).count(27), 1u);
     RefusingConverter::s_refused.clear();
+}
+
+TEST(DptTable, CopiesAreIndependentOfTheirOriginal)
+{
+    auto original = std::make_unique<KnxValueConverter>();
+    original->Init();
+    KnxValueConverter copy(*original);
+    KnxValueConverter assigned;
+    assigned.AddDptValueMapEntry(99, 1, 8, ivtByte, OruDP::ivstNone, Lum::KnxConverterDefault());
+    assigned = *original;
+    const Lum::DptValueEntry& fromOriginal = original->GetEntry(Dpt(9, 1));
+    EXPECT_NE(&copy.GetEntry(Dpt(9, 1)), &fromOriginal);
+    EXPECT_NE(copy.GetEntry(Dpt(9, 1)).converter.get(), fromOriginal.converter.get());
+    original.reset();
+
+    for (KnxValueConverter* c : {&copy, &assigned})
+    {
+        EXPECT_EQ(CountEntries(*c), 53u);
+        EXPECT_EQ(c->GetDptValueMap().Entries().count(99), 0u);
+        KNXDPT dpt = Dpt(9, 1);
+        KnxStack::GroupValue gv;
+        EXPECT_TRUE(c->ToKnxValue(dpt, ORUVALUE::FromFloat(21.5), gv));
+        EXPECT_EQ(gv, Group({0x0C, 0x33}, 16));
+        for (const auto& main : c->GetDptValueMap().Entries())
+        {
+            for (const auto& sub : main.second)
+            {
+                EXPECT_EQ(sub.second.dpt.mainNumber, main.first);
+                EXPECT_EQ(sub.second.dpt.subNumber, sub.first);
+            }
+        }
+    }
 }
