@@ -174,24 +174,28 @@ TEST(KnxValueConverterRules, ValueTypeCompatibilityIsTheFixedOneWayRelation)
     EXPECT_FALSE(KnxValueConverter::AreValueTypesCompatible(ivtUnset, ivtFloat));
 }
 
-TEST(KnxValueConverterRules, ExpectedBitSizeByMainNumber)
+TEST(KnxValueConverterRules, ExpectedBitSizeAtTheEdgesOfItsTable)
 {
     const std::uint32_t var = KnxValueConverter::kVariableBitSize;
     EXPECT_EQ(var, 2147483647u);
-    const std::map<std::uint16_t, std::uint32_t> sized = {
-        {1, 1},    {2, 2},    {3, 4},    {4, 8},    {5, 8},    {6, 8},    {7, 16},   {8, 16},   {9, 16},
-        {10, 24},  {11, 24},  {12, 32},  {13, 32},  {14, 32},  {15, 32},  {16, 112}, {17, 8},   {18, 8},
-        {19, 64},  {20, 8},   {21, 8},   {22, 16},  {23, 8},   {24, var}, {25, 8},   {26, 8},   {27, 32},
-        {28, var}, {29, 64},  {30, 24},  {31, 3},   {200, 9},  {201, 16}, {202, 16}, {203, 24}, {204, 16},
-        {205, 24}, {206, 24}, {207, 16}, {209, 24}, {210, 32}, {211, 16}, {212, 48}, {213, 64}, {214, 32},
-        {215, 40}, {216, 40}, {217, 16}, {218, 40}, {219, 48}, {220, 32}, {221, 48}, {222, 48}, {223, 24},
-        {224, 48}, {225, 24}, {229, 48}, {230, 64}, {231, 32}, {232, 24}, {234, 16}, {235, 48}, {236, 8},
-        {237, 16}, {238, 8},  {239, 16}, {240, 24}, {241, 32},
+    const std::pair<std::uint16_t, std::uint32_t> cases[] = {
+        {0, 0},    {1, 1},   {2, 2},    {3, 4},   {9, 16},   {16, 112}, {19, 64},  {24, var}, {28, var},
+        {29, 64},  {31, 3},  {32, 0},   {199, 0}, {200, 9},  {208, 0},  {209, 24}, {226, 0},  {228, 0},
+        {229, 48}, {233, 0}, {232, 24}, {236, 8}, {241, 32}, {242, 0},  {255, 0},  {256, 0},  {65535, 0},
     };
-    for (std::uint32_t main = 0; main <= 65535; ++main)
+    for (const auto& c : cases)
     {
-        const auto it = sized.find(static_cast<std::uint16_t>(main));
-        const std::uint32_t expected = it == sized.end() ? 0 : it->second;
-        ASSERT_EQ(KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(main)), expected) << main;
+        EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(c.first), c.second) << c.first;
+    }
+    // Every registered row expects the size it is registered with.
+    KnxValueConverter converter;
+    converter.Init();
+    for (const auto& main : converter.GetDptValueMap().Entries())
+    {
+        for (const auto& sub : main.second)
+        {
+            EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(main.first), sub.second.dpt.bitSize)
+                << main.first;
+        }
     }
 }
