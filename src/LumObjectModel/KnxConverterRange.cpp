@@ -21,13 +21,18 @@ template <typename Range> std::string PrintRange(const char* prefix, const Range
     return os.str();
 }
 
+// max - min in signed 64 bits; wraps instead of overflowing for extreme
+// 64-bit bounds.
+std::int64_t Span(std::int64_t min, std::int64_t max)
+{
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(max) - static_cast<std::uint64_t>(min));
+}
+
 // Shared by both integer ranges: spans in signed 64 bits, bounds not ordered.
 template <typename Range> void CalculateIntegerScaleFactor(Range& r)
 {
-    const std::int64_t spanInt =
-        static_cast<std::int64_t>(r.m_internalMax) - static_cast<std::int64_t>(r.m_internalMin);
-    const std::int64_t spanExt =
-        static_cast<std::int64_t>(r.m_externalMax) - static_cast<std::int64_t>(r.m_externalMin);
+    const std::int64_t spanInt = Span(r.m_internalMin, r.m_internalMax);
+    const std::int64_t spanExt = Span(r.m_externalMin, r.m_externalMax);
     if (spanInt == 0)
     {
         LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
