@@ -208,7 +208,7 @@ TEST(DefaultConverter, SizeIsCappedAtTwentyFourBytes)
     for (const Case c : {Case{240, 24}, Case{0, 24}, Case{192, 24}, Case{184, 23}, Case{32, 4}, Case{17, 3}})
     {
         KnxStack::GroupValue group;
-        ASSERT_TRUE(conv.ToKnxValue(Dpt(250, 1, c.bits), ORUVALUE::FromDWord(0x01020304u), group))
+        ASSERT_TRUE(conv.ToKnxValue(Dpt(250, 1, c.bits), ORUVALUE::FromDWord(0x010203u), group))
             << int(c.bits);
         EXPECT_EQ(c.bytes, group.GetRawData().GetSize()) << int(c.bits);
     }
@@ -222,6 +222,59 @@ TEST(DefaultConverter, RoundTripsThroughThePlatformByteForm)
     ORUVALUE back = Typed(ivtDWord, 0);
     ASSERT_TRUE(conv.FromKnxValue(Dpt(232, 600, 32), group, back));
     EXPECT_EQ(ORUVALUE::FromDWord(0x12345678u), back);
+}
+
+TEST(DefaultConverter, OneByteEnumerationTypesUseOneByte)
+{
+    Lum::KnxConverterDefault conv;
+    for (const auto type : {static_cast<OruValueType>(1005), static_cast<OruValueType>(1037)})
+    {
+        ORUVALUE value = ORUVALUE::FromFloat(80.0);
+        value.ivt = type;
+        KnxStack::GroupValue group;
+        // The DPT's 16 bits do not matter: one byte is written.
+        ASSERT_TRUE(conv.ToKnxValue(Dpt(5, 1, 16), value, group));
+        EXPECT_EQ(Bytes{0x50}, RawBytes(group));
+        EXPECT_EQ(8u, group.GetDefinedSize());
+
+        value.SetFloat(300.0);
+        group = Group({0x11}, 8);
+        EXPECT_EQ(std::vector<std::string>{"OruValueToByteArray failed. DPT=5.1"},
+                  ErrorsOf([&] { EXPECT_FALSE(conv.ToKnxValue(Dpt(5, 1, 16), value, group)); }));
+        EXPECT_EQ(Group({0x11}, 8), group);
+    }
+}
+
+TEST(DefaultConverter, FailuresAreLoggedAndResetTheValue)
+{
+    Lum::KnxConverterDefault conv;
+    KnxStack::GroupValue group = Group({0x11}, 8);
+    EXPECT_EQ(
+        std::vector<std::string>{"OruValueToByteArray failed. DPT=250.1 data size =2"},
+        ErrorsOf([&]
+                 { EXPECT_FALSE(conv.ToKnxValue(Dpt(250, 1, 16), ORUVALUE::FromDWord(0x10000u), group)); }));
+    EXPECT_EQ(Group({0x11}, 8), group);
+
+    ORUVALUE value = ORUVALUE::FromByte(9);
+    EXPECT_EQ(std::vector<std::string>{"ByteArrayToOruValue failed. DPT=250.1 data size =2"},
+              ErrorsOf(
+                  [&] {
+                      EXPECT_FALSE(conv.FromKnxValue(Dpt(250, 1, 16), Group({1, 2}, 16), value));
+                  }));
+    EXPECT_EQ(ORUVALUE(), value);
+    EXPECT_EQ(ivtEmpty, value.ivt);
+}
+
+TEST(DefaultConverter, OneBitGroupValueReadsAsBoolean)
+{
+    Lum::KnxConverterDefault conv;
+    ORUVALUE value = ORUVALUE::FromByte(0);
+    ASSERT_TRUE(conv.FromKnxValue(Dpt(250, 1, 1), Group({0x01}, 1), value));
+    EXPECT_EQ(ORUVALUE::FromBool(true), value);
+    // A one-byte value is written with the 8-bit setter, longer ones as raw data.
+    KnxStack::GroupValue group;
+    ASSERT_TRUE(conv.ToKnxValue(Dpt(250, 1, 8), ORUVALUE::FromByte(0xA5), group));
+    EXPECT_EQ(Bytes{0xA5}, RawBytes(group));
 }
 
 TEST(DefaultConverter, CloneIsIndependent)
