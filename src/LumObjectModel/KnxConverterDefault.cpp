@@ -9,9 +9,6 @@ namespace Lum
 
 namespace
 {
-// The platform value library's numbers of the two one-byte enumeration types.
-constexpr OruValueType kOneByteEnumTypeA = static_cast<OruValueType>(1005);
-constexpr OruValueType kOneByteEnumTypeB = static_cast<OruValueType>(1037);
 constexpr unsigned int kMaxBytes = 24;
 } // namespace
 
@@ -21,7 +18,8 @@ bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
     unsigned int n = (static_cast<unsigned int>(dpt.bitSize) + 7u) / 8u;
     unsigned char buffer[kMaxBytes] = {};
 
-    if (value.ivt == kOneByteEnumTypeA || value.ivt == kOneByteEnumTypeB)
+    // These two always travel as a single byte, whatever size the DPT names.
+    if (value.ivt == ivtPercentage || value.ivt == ivtDimming)
     {
         n = 1;
         if (!OruValueToByteArray(value, buffer, n))

@@ -227,7 +227,7 @@ TEST(DefaultConverter, RoundTripsThroughThePlatformByteForm)
 TEST(DefaultConverter, OneByteEnumerationTypesUseOneByte)
 {
     Lum::KnxConverterDefault conv;
-    for (const auto type : {static_cast<OruValueType>(1005), static_cast<OruValueType>(1037)})
+    for (const auto type : {ivtPercentage, ivtDimming})
     {
         ORUVALUE value = ORUVALUE::FromFloat(80.0);
         value.ivt = type;
