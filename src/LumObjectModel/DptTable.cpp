@@ -100,7 +100,7 @@ bool AddRanged(KnxValueConverter& self, const DptRow& row, Adder adder)
     return Register(self, row, adder, Converter(MakeRange<Range>(row.range)));
 }
 
-// Every bound below is exactly representable as a double.
+// Bounds are held as doubles; every integer bound of the table converts back exactly.
 constexpr double kFloat16Min = -671088.64;
 constexpr double kFloat16Max = 670760.96;
 constexpr double kFloat32Max = 3.4028234663852886e38; // largest finite single
