@@ -53,6 +53,8 @@ public:
 
     // Blocking requests: a zero time-out means the default one. The result is
     // not answered when no answer came or the request stopped being relevant.
+    // isStillRelevant is polled with the messenger's lock held: it must not
+    // call back into the messenger.
     Docket RegisterApplication(const std::string& a, const std::string& b, const std::string& c);
     Docket SetValue(unsigned long id, const ORUVALUE& value, bool flag);
     Docket GetValue(unsigned long id, bool flag);
