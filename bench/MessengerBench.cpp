@@ -27,6 +27,7 @@ struct Chain
 {
     Chain()
     {
+        sim.SetRecordIssuedRequests(false);
         sim.SetObjectValue(1, "3:21.5");
         messenger.SetAsResponseHandler();
     }

@@ -95,6 +95,7 @@ struct SimulatedDeviceStack::Impl
 
     Statistics statistics;
     std::vector<IssuedRequest> issued;
+    bool recordIssued = true;
 
     boost::thread worker;
 
@@ -125,7 +126,8 @@ struct SimulatedDeviceStack::Impl
         if (stopped || TakeOne(refuseNext) || Chance(faults.emptyIdProbability))
         {
             ++statistics.refused;
-            issued.push_back(std::move(record));
+            if (recordIssued)
+                issued.push_back(std::move(record));
             return std::string();
         }
         const bool duplicate = TakeOne(duplicateNext) || Chance(faults.duplicateIdProbability);
@@ -163,7 +165,8 @@ struct SimulatedDeviceStack::Impl
             workAvailable.notify_one();
         }
         std::string id = record.requestId;
-        issued.push_back(std::move(record));
+        if (recordIssued)
+            issued.push_back(std::move(record));
         return id;
     }
 
@@ -497,6 +500,12 @@ void SimulatedDeviceStack::ClearIssuedRequests()
 {
     boost::lock_guard<boost::mutex> lock(m_impl->mutex);
     m_impl->issued.clear();
+}
+
+void SimulatedDeviceStack::SetRecordIssuedRequests(bool record)
+{
+    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
+    m_impl->recordIssued = record;
 }
 
 std::size_t SimulatedDeviceStack::PendingAnswers() const

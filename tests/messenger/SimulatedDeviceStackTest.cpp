@@ -225,6 +225,12 @@ TEST_F(Simulator, CountedFaultsHitTheNextRequests)
     ASSERT_EQ(issued.size(), 7u);
     EXPECT_TRUE(issued[5].dropped);
     EXPECT_TRUE(issued[6].failed);
+
+    sim.SetRecordIssuedRequests(false);
+    sim.GetValueAsync(1, false);
+    EXPECT_EQ(sim.GetIssuedRequests().size(), 7u);
+    sim.ClearIssuedRequests();
+    EXPECT_TRUE(sim.GetIssuedRequests().empty());
 }
 
 TEST_F(Simulator, AnswersComeWhenTheyAreDueNotInIssueOrder)

@@ -135,6 +135,8 @@ public:
     Statistics GetStatistics() const;
     std::vector<IssuedRequest> GetIssuedRequests() const;
     void ClearIssuedRequests();
+    // On by default; long runs (benchmarks, tools) turn it off to bound memory.
+    void SetRecordIssuedRequests(bool record);
     // Answers queued or being delivered.
     std::size_t PendingAnswers() const;
     // Blocks until no answer is queued or being delivered, or the time has passed.
