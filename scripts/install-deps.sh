@@ -32,5 +32,7 @@ fi
 SUDO=""
 if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
 echo "install-deps: installing ${missing[*]}"
-$SUDO apt-get update -qq
+# A mirror caught mid-sync fails the update of one architecture's lists;
+# the install below still works from the lists that did arrive.
+$SUDO apt-get update -qq || echo "install-deps: apt-get update reported errors; going on" >&2
 DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"

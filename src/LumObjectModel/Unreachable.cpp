@@ -1,6 +1,7 @@
 #include <Lum/Unreachable.h>
 #include <Platform/Logging.h>
 
+#include <cstdio>
 #include <exception>
 
 namespace Lum
@@ -9,7 +10,9 @@ namespace Lum
 void ReportUnreachable(const char* file, int line)
 {
     LUM_LOG_FATAL("This statement should not be executed. There is a bug somewhere around " << file << ':'
-                                                                                             << line);
+                                                                                            << line);
+    std::fprintf(stderr, "This statement should not be executed. There is a bug somewhere around %s:%d\n",
+                 file, line);
     std::terminate();
 }
 

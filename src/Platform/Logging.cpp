@@ -4,6 +4,7 @@
 
 #include <boost/thread/mutex.hpp>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -60,7 +61,10 @@ std::ostream& operator<<(std::ostream& os, const PrettyFunctionNamePrinter& p)
 
 LoggingRecursionPadding::LoggingRecursionPadding() : m_depth(t_formattingDepth++) {}
 
-LoggingRecursionPadding::~LoggingRecursionPadding() { --t_formattingDepth; }
+LoggingRecursionPadding::~LoggingRecursionPadding()
+{
+    --t_formattingDepth;
+}
 
 std::ostream& operator<<(std::ostream& os, const LoggingRecursionPadding& p)
 {
@@ -86,6 +90,8 @@ void LogEntryFormatter::Emit(const log4cplus::Logger& logger, log4cplus::LogLeve
 void AssertionFailed(const char* text, const char* file, int line)
 {
     LUM_LOG_FATAL(text << ' ' << BaseName(file) << ':' << line);
+    // The process ends here: say why even when no appender is configured.
+    std::fprintf(stderr, "%s %s:%d\n", text, BaseName(file), line);
     std::abort();
 }
 

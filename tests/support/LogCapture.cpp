@@ -64,7 +64,10 @@ LogCapture::~LogCapture()
     logger.setLogLevel(m_oldLevel);
 }
 
-std::vector<LogLine> LogCapture::Lines() const { return Recorder(m_appender).Lines(); }
+std::vector<LogLine> LogCapture::Lines() const
+{
+    return Recorder(m_appender).Lines();
+}
 
 std::vector<std::string> LogCapture::Texts() const
 {
@@ -99,7 +102,10 @@ bool LogCapture::Contains(log4cplus::LogLevel level, const std::string& text) co
                        [&](const LogLine& l) { return l.level == level && l.text == text; });
 }
 
-void LogCapture::Clear() { Recorder(m_appender).Clear(); }
+void LogCapture::Clear()
+{
+    Recorder(m_appender).Clear();
+}
 
 void LogCapture::SetLevel(log4cplus::LogLevel level)
 {

@@ -1,0 +1,32 @@
+// Arbitrary text deserialised and converted, by DPT and by size.
+#include "FuzzSupport.h"
+
+#include <Lum/LumKnxValueConverter.h>
+
+#include <string>
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    LumFuzz::SetUpLogging();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const Lum::LumKnxValueConverter converter = [] {
+        Lum::LumKnxValueConverter c;
+        c.Init();
+        return c;
+    }();
+    LumFuzz::Input in(data, size);
+    const std::uint8_t main = in.Byte();
+    const std::uint8_t sub = in.Byte();
+    const std::uint8_t bits = in.Byte();
+    const std::string text(reinterpret_cast<const char*>(in.Rest()), in.RestSize());
+    KNXDPT dpt{bits, main, sub};
+    KnxStack::GroupValue gv;
+    converter.ToKnxValue(dpt, text, gv);
+    KnxStack::GroupValue bySize;
+    converter.ToKnxValue(text, bits, bySize);
+    return 0;
+}

@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# Builds a sysroot with the armhf builds of our Debian dependencies under
+# build/armhf-sysroot. Multiarch installation can fail while the mirror's
+# architectures are out of step, so the packages are fetched with
+# "apt-get download" and unpacked with "dpkg -x" instead of installed.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/install-deps.sh armhf
+
+sysroot="${1:-$PWD/build/armhf-sysroot}"
+stamp="$sysroot/.complete"
+packages=(
+  libboost1.74-dev
+  libboost-thread1.74-dev libboost-thread1.74.0
+  libboost-chrono1.74-dev libboost-chrono1.74.0
+  libboost-date-time1.74-dev libboost-date-time1.74.0
+  libboost-timer1.74-dev libboost-timer1.74.0
+  libboost-system1.74-dev libboost-system1.74.0
+  libboost-filesystem1.74-dev libboost-filesystem1.74.0
+  libboost-atomic1.74-dev libboost-atomic1.74.0
+  liblog4cplus-dev liblog4cplus-2.0.5
+  libgtest-dev libgmock-dev
+)
+# Header-only, architecture-independent.
+all_packages=(librapidxml-dev libutfcpp-dev)
+if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "${packages[*]} ${all_packages[*]}" ]; then
+  exit 0
+fi
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+if ! dpkg --print-foreign-architectures | grep -qx armhf; then
+  $SUDO dpkg --add-architecture armhf
+fi
+$SUDO apt-get update -qq || echo "armhf-sysroot: apt-get update reported errors; going on" >&2
+
+debs="$(mktemp -d)"
+trap 'rm -rf "$debs"' EXIT
+(cd "$debs" && chmod 777 . && apt-get download -qq "${packages[@]/%/:armhf}" "${all_packages[@]}")
+rm -rf "$sysroot"
+mkdir -p "$sysroot"
+for deb in "$debs"/*.deb; do
+  dpkg -x "$deb" "$sysroot"
+done
+echo "${packages[*]} ${all_packages[*]}" > "$stamp"
+echo "armhf-sysroot: ready in $sysroot"

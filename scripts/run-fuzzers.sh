@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets (ASan + UBSan) and runs each for a bounded time
+# on its seed corpus. Any crash, leak or undefined behaviour fails the run.
+#   scripts/run-fuzzers.sh [seconds per target, default 60]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+seconds="${1:-60}"
+
+bash scripts/install-deps.sh
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz
+
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+status=0
+for target in FromKnxValue GroupValueToOruValue StringToKnxValue ByteArrayToOruValue LoadAppHostConfigXML; do
+  mkdir -p "$work/$target" "$work/$target-artifacts"
+  echo "== Fuzz$target for ${seconds}s"
+  # New inputs go to the scratch folder; the shipped seeds stay as they are.
+  if ! ./build/fuzz/fuzz/Fuzz$target -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+      -artifact_prefix="$work/$target-artifacts/" -print_final_stats=1 \
+      "$work/$target" "fuzz/corpus/$target" > "$work/$target.log" 2>&1; then
+    status=1
+    tail -n 60 "$work/$target.log"
+    for artifact in "$work/$target-artifacts"/*; do
+      [ -f "$artifact" ] && { echo "-- input that failed ($artifact):"; od -A x -t x1z "$artifact" | head -20; }
+    done
+  fi
+  grep -E '^stat::(number_of_executed_units|average_exec_per_sec|peak_rss_mb)' "$work/$target.log" || true
+done
+exit $status
