@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <memory_resource>
 
 namespace Lum
 {
@@ -16,9 +17,12 @@ namespace Lum
 class LUM_OM_API DptValueEntry
 {
 public:
-    DptValueEntry(const KNXDPT& dpt, OruValueType ivt, OruDP::OruValueSubType ist, const KnxConverter& converter);
+    DptValueEntry(const KNXDPT& dpt, OruValueType ivt, OruDP::OruValueSubType ist,
+                  const KnxConverter& converter);
     DptValueEntry(const DptValueEntry& other);
+    DptValueEntry(DptValueEntry&& other) noexcept;
     DptValueEntry& operator=(const DptValueEntry& other);
+    DptValueEntry& operator=(DptValueEntry&& other) noexcept;
     virtual ~DptValueEntry();
 
     KNXDPT dpt;
@@ -31,14 +35,18 @@ public:
 class LUM_OM_API DptValueMap
 {
 public:
-    using SubMap = std::map<std::uint16_t, DptValueEntry>;
-    using MainMap = std::map<std::uint16_t, SubMap>;
+    using SubMap = std::pmr::map<std::uint16_t, DptValueEntry>;
+    using MainMap = std::pmr::map<std::uint16_t, SubMap>;
 
-    DptValueMap() = default;
+    DptValueMap();
+    DptValueMap(const DptValueMap& other);
+    DptValueMap& operator=(const DptValueMap& other);
     virtual ~DptValueMap();
 
     // The first registration of a DPT wins; a duplicate reports true.
     bool Add(const KNXDPT& dpt, const DptValueEntry& entry);
+    // As above, taking over the entry's converter instead of copying it again.
+    bool Add(const KNXDPT& dpt, DptValueEntry&& entry);
     // Exact sub number, then main.x, then the shared empty entry (value type 1).
     const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
     void Clear();
@@ -46,6 +54,9 @@ public:
     const MainMap& Entries() const { return m_entries; }
 
 private:
+    // The map is rebuilt for every received telegram: its nodes come from one
+    // arena instead of one allocation each. Declared before the map it serves.
+    std::pmr::monotonic_buffer_resource m_arena;
     MainMap m_entries;
 };
 
@@ -81,6 +92,14 @@ public:
 
     // Clears the map and registers every supported DPT; always true.
     bool FillDptValueMap();
+
+protected:
+    // Registers one row of the DPT table; FillDptValueMap() uses AddDptValueMapEntry.
+    using DptEntryAdder = bool (*)(KnxValueConverter& self, unsigned short main, unsigned short sub,
+                                   unsigned char bitSize, OruValueType ivt, OruDP::OruValueSubType ist,
+                                   const KnxConverter& converter);
+    // Lets a subclass refuse rows to exercise the failure path of the table.
+    bool FillDptValueMap(DptEntryAdder adder);
 
 private:
     DptValueMap dptValueMap;

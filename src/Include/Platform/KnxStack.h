@@ -77,6 +77,7 @@ public:
     GroupValue(const BinaryData& data, unsigned bitSize);
 
     const BinaryData& GetRawData() const { return m_data; }
+    // Also sets the defined size to 8 bits per byte.
     void SetRawData(const BinaryData& data);
     unsigned GetDefinedSize() const { return m_bitSize; }
 
@@ -89,14 +90,18 @@ public:
     void SetAsChar(char value);
     void SetAsUnsigned16(unsigned short value);
     void SetAsSigned16(short value);
-    // KNX 2-byte float; 32767.0 writes the invalid marker 7F FF.
+    // KNX 2-byte float, rounded to the nearest value (ties away from zero),
+    // saturating at F8 00 and 7F FE; 32767.0 and NaN write the invalid
+    // marker 7F FF.
     void SetAsFloat16(double value);
     void SetAsUnsigned32(unsigned long value);
     void SetAsSigned32(long value);
+    // Every NaN is sent as 7F C0 00 00.
     void SetAsFloat32(float value);
     // Latin-1, cut at 14 bytes, padded with zero bytes.
     void SetAsString14(const std::string& latin1);
-    // Years 1990 .. 2089.
+    // Years 1990 .. 2089, months 1 .. 12, days 1 .. 31; hours 0 .. 23, minutes
+    // and seconds 0 .. 59. Anything else throws and leaves the value as it was.
     void SetAsDate(int day, int month, int year);
     void SetAsTimeOfDay(int hour, int minute, int second, DayOfWeek day);
 
@@ -108,13 +113,16 @@ public:
     signed char GetAsSigned8() const;
     unsigned short GetAsUnsigned16() const;
     short GetAsSigned16() const;
+    // Non-normalised forms decode too; 7F FF gives 670760.96 by the formula.
     double GetAsFloat16() const;
     unsigned long GetAsUnsigned32() const;
     long GetAsSigned32() const;
     float GetAsFloat32() const;
     // Up to the first zero byte, at most 14 bytes.
     std::string GetAsString14() const;
-    // Year from the two-digit byte: 90..99 → 1990s, 0..89 → 2000..2089.
+    // Year from the low 7 bits of the year byte: 90..99 → 1990s, 0..89 →
+    // 2000..2089, 100..127 → 2100..2127. The date and time getters mask off
+    // reserved bits and do not validate; null outputs are skipped.
     void GetAsDate(int* day, int* month, int* year) const;
     void GetAsTimeOfDay(int* hour, int* minute, int* second, DayOfWeek* day) const;
 

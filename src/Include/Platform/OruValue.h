@@ -16,6 +16,7 @@ enum OruValueType : std::int32_t
     ivtBool = 2,       // one- and two-bit values
     ivtFloat = 3,      // double
     ivtInteger = 4,    // signed 32-bit
+    ivtShort = 5,      // signed 16-bit
     ivtByte = 6,       // unsigned 8-bit
     ivtWord = 7,       // unsigned 16-bit
     ivtDWord = 8,      // unsigned 32-bit
@@ -26,6 +27,17 @@ enum OruValueType : std::int32_t
     ivtDateTime = 13,  // ORUTIME
     ivtTimePeriod = 14,// signed 32-bit (default of 13.100)
     ivtDayTime = 15,   // ORUTIME, time of day on a fixed date
+    // Known by number to the compatibility rules; payloads as noted.
+    ivtUnsigned = 20,       // unsigned 32-bit
+    ivtLocalDateTime = 102, // ORUTIME
+    ivtLocalTime = 104,     // ORUTIME, time part
+    ivtLocalDate = 105,     // ORUTIME, date part
+    ivtUtcDateTime = 201,   // ORUTIME
+    ivtPercentage = 1005,   // double
+    ivtEnumeration = 1021,  // unsigned 8-bit
+    ivtScaling = 1036,      // double
+    ivtDimming = 1037,      // double
+    ivtMeasurement = 1039,  // double
 };
 
 namespace OruWeekDays
@@ -50,6 +62,15 @@ namespace OruDP
 enum OruValueSubType : std::int32_t
 {
     ivstNone = 0,
+    ivstSigned8Bit = 9,
+    ivstSigned16Bit = 12,
+    ivstSwitch = 2001,
+    ivstStatus8Bit = 3001,
+    ivstDimmingStep = 3002,
+    ivstFloat2Byte = 3003,
+    ivstSceneNumber = 4001,
+    ivstAscii = 8001,
+    ivstLatin1 = 8002,
 };
 
 LUM_PLATFORM_API const char* GetNameFromValueSubType(OruValueSubType subType);
@@ -110,6 +131,7 @@ struct LUM_PLATFORM_API ORUTIME
     ORUTIME& operator=(std::time_t seconds);
     operator struct tm() const;
 
+    // Gregorian calendar, years 1400 to 9999.
     static bool IsValidDate(unsigned short year, unsigned char month, unsigned char day);
     static bool IsValidTime(unsigned char hour, unsigned char minute, unsigned char second);
 
@@ -149,12 +171,15 @@ public:
     std::uint32_t GetDWord() const;
     std::int32_t GetInteger() const;
     double GetFloat() const;
+    // The five bytes of type 9 as the low 40 bits, first byte highest.
+    std::uint64_t GetData40() const;
     void SetBool(bool v);
     void SetByte(std::uint8_t v);
     void SetWord(std::uint16_t v);
     void SetDWord(std::uint32_t v);
     void SetInteger(std::int32_t v);
     void SetFloat(double v);
+    void SetData40(std::uint64_t v);
 
     const oru_string& GetString() const { return m_string; }
     oru_string& GetString() { return m_string; }
@@ -187,7 +212,8 @@ private:
 };
 
 // The platform's byte form of a value: fills length bytes (big-endian for
-// numbers) and reports whether the value fits.
+// numbers) and reports whether the value fits. Neither function logs: the
+// caller says what failed.
 LUM_PLATFORM_API bool OruValueToByteArray(const ORUVALUE& value, unsigned char* buffer, unsigned int& length);
 // Reads length bytes into value, whose type the caller has set; with isBit the
 // result is a boolean (type 2) from the lowest bit.

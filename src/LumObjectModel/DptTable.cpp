@@ -1,0 +1,220 @@
+#include <Lum/KnxConverterBitField.h>
+#include <Lum/KnxConverterDateTime.h>
+#include <Lum/KnxConverterFloat.h>
+#include <Lum/KnxConverterInteger.h>
+#include <Lum/KnxConverterRange.h>
+#include <Lum/KnxConverterScene.h>
+#include <Lum/KnxConverterString.h>
+#include <Lum/KnxValueConverter.h>
+#include <Platform/Logging.h>
+
+#include <cstdint>
+
+namespace Lum
+{
+
+namespace
+{
+
+// Internal (value side) and external (KNX side) bounds of a row's range.
+struct Bounds
+{
+    double internalMin;
+    double internalMax;
+    double externalMin;
+    double externalMax;
+};
+
+constexpr Bounds Both(double min, double max)
+{
+    return Bounds{min, max, min, max};
+}
+
+constexpr Bounds kNoRange{0.0, 0.0, 0.0, 0.0};
+
+struct DptRow;
+
+// Same signature as KnxValueConverter::DptEntryAdder.
+using Adder = bool (*)(KnxValueConverter& self, unsigned short main, unsigned short sub,
+                       unsigned char bitSize, OruValueType ivt, OruDP::OruValueSubType ist,
+                       const KnxConverter& converter);
+
+// Builds the row's converter on the stack and hands it to the adder, which
+// stores its own copy.
+template <class Converter> bool AddPlain(KnxValueConverter& self, const DptRow& row, Adder adder);
+template <class Converter, class Range>
+bool AddRanged(KnxValueConverter& self, const DptRow& row, Adder adder);
+
+struct DptRow
+{
+    const char* dpt; // as the failure message names it
+    std::uint16_t main;
+    std::uint16_t sub; // 0: every sub number of the main number
+    std::uint8_t bits;
+    std::int32_t ivt;
+    std::int32_t ist;
+    bool (*add)(KnxValueConverter& self, const DptRow& row, Adder adder);
+    Bounds range;
+};
+
+bool Register(KnxValueConverter& self, const DptRow& row, Adder adder, const KnxConverter& converter)
+{
+    return adder(self, row.main, row.sub, row.bits, static_cast<OruValueType>(row.ivt),
+                 static_cast<OruDP::OruValueSubType>(row.ist), converter);
+}
+
+template <class Range> Range MakeRange(const Bounds& b);
+
+template <> IntegerRange MakeRange<IntegerRange>(const Bounds& b)
+{
+    return IntegerRange(static_cast<std::int32_t>(b.internalMin), static_cast<std::int32_t>(b.internalMax),
+                        static_cast<std::int32_t>(b.externalMin), static_cast<std::int32_t>(b.externalMax));
+}
+
+template <> LongIntegerRange MakeRange<LongIntegerRange>(const Bounds& b)
+{
+    return LongIntegerRange(
+        static_cast<std::int64_t>(b.internalMin), static_cast<std::int64_t>(b.internalMax),
+        static_cast<std::int64_t>(b.externalMin), static_cast<std::int64_t>(b.externalMax));
+}
+
+template <> FloatIntegerRange MakeRange<FloatIntegerRange>(const Bounds& b)
+{
+    return FloatIntegerRange(b.internalMin, b.internalMax, static_cast<std::int32_t>(b.externalMin),
+                             static_cast<std::int32_t>(b.externalMax));
+}
+
+template <> FloatRange MakeRange<FloatRange>(const Bounds& b)
+{
+    return FloatRange(b.internalMin, b.internalMax, b.externalMin, b.externalMax);
+}
+
+template <class Converter> bool AddPlain(KnxValueConverter& self, const DptRow& row, Adder adder)
+{
+    return Register(self, row, adder, Converter());
+}
+
+template <class Converter, class Range>
+bool AddRanged(KnxValueConverter& self, const DptRow& row, Adder adder)
+{
+    return Register(self, row, adder, Converter(MakeRange<Range>(row.range)));
+}
+
+// Bounds are held as doubles; every integer bound of the table converts back exactly.
+constexpr double kFloat16Min = -671088.64;
+constexpr double kFloat16Max = 670760.96;
+constexpr double kFloat32Max = 3.4028234663852886e38; // largest finite single
+
+constexpr auto k1Bit = &AddPlain<KnxConverter1Bit>;
+constexpr auto k2Bit = &AddPlain<KnxConverter2Bit>;
+constexpr auto k4Bit = &AddRanged<KnxConverter4Bit, FloatIntegerRange>;
+constexpr auto kChar = &AddRanged<KnxConverter8BitString, IntegerRange>;
+constexpr auto kUByte = &AddRanged<KnxConverterByte8BitUnsigned, IntegerRange>;
+constexpr auto kSByte = &AddRanged<KnxConverterInteger8BitSigned, IntegerRange>;
+constexpr auto kStatus = &AddRanged<KnxConverterStatus8Bit, IntegerRange>;
+constexpr auto kUWord = &AddRanged<KnxConverterInteger16BitUnsigned, IntegerRange>;
+constexpr auto kSWord = &AddRanged<KnxConverterInteger16BitSigned, IntegerRange>;
+constexpr auto kFloat16 = &AddRanged<KnxConverterFloat16BitFloat, FloatRange>;
+constexpr auto kTime = &AddPlain<KnxConverterTimeOfDay>;
+constexpr auto kDate = &AddPlain<KnxConverterDate>;
+constexpr auto kU24 = &AddRanged<KnxConverterInteger24BitUnsigned, LongIntegerRange>;
+constexpr auto kU32 = &AddRanged<KnxConverterInteger32BitUnsigned, LongIntegerRange>;
+constexpr auto kS32 = &AddRanged<KnxConverterInteger32BitSigned, IntegerRange>;
+constexpr auto kFloat32 = &AddRanged<KnxConverterFloat32BitFloat, FloatRange>;
+constexpr auto kString14 = &AddRanged<KnxConverter14ByteString, IntegerRange>;
+constexpr auto kSceneNumber = &AddRanged<KnxConverterSceneNumber, IntegerRange>;
+constexpr auto kSceneControl = &AddRanged<KnxConverterSceneControl, IntegerRange>;
+constexpr auto kDateTime = &AddPlain<KnxConverterDateTime>;
+constexpr auto kSceneInfo = &AddRanged<KnxConverterSceneInfo, IntegerRange>;
+
+// The supported DPTs, in the order in which they are registered.
+// clang-format off
+constexpr DptRow kDptTable[] = {
+//   DPT       main sub  bits ivt ist   converter      range
+    {"1.x",      1,   0,   1,  2,    0, k1Bit,         kNoRange},
+    {"2.x",      2,   0,   2,  2,    0, k2Bit,         kNoRange},
+    {"3.x",      3,   0,   4,  3, 3002, k4Bit,         {-100.0, 100.0, 0, 15}},
+    {"4.x",      4,   0,   8, 10, 8001, kChar,         Both(0, 127)},
+    {"4.001",    4,   1,   8, 10, 8001, kChar,         Both(0, 127)},
+    {"4.002",    4,   2,   8, 10, 8002, kChar,         Both(0, 255)},
+    {"5.x",      5,   0,   8,  6,    0, kUByte,        Both(0, 255)},
+    {"5.006",    5,   6,   8,  6,    0, kUByte,        Both(0, 254)},
+    {"6.x",      6,   0,   8,  4,    0, kSByte,        Both(-128, 127)},
+    {"6.020",    6,  20,   8,  6, 3001, kStatus,       Both(0, 255)},
+    {"7.x",      7,   0,  16,  7,    0, kUWord,        Both(0, 65535)},
+    {"8.x",      8,   0,  16,  4,    0, kSWord,        Both(-32768, 32767)},
+    {"9.x",      9,   0,  16,  3,    0, kFloat16,      Both(kFloat16Min, kFloat16Max)},
+    {"9.001",    9,   1,  16,  3, 3003, kFloat16,      Both(-273.0, 670760.0)},
+    {"9.002",    9,   2,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.003",    9,   3,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.004",    9,   4,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
+    {"9.005",    9,   5,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
+    {"9.006",    9,   6,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
+    {"9.007",    9,   7,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
+    {"9.008",    9,   8,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
+    {"9.010",    9,  10,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.011",    9,  11,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.020",    9,  20,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.021",    9,  21,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.022",    9,  22,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.023",    9,  23,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.024",    9,  24,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.025",    9,  25,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.026",    9,  26,  16,  3, 3003, kFloat16,      Both(kFloat16Min, kFloat16Max)},
+    {"9.027",    9,  27,  16,  3, 3003, kFloat16,      Both(-459.6, kFloat16Max)},
+    {"9.028",    9,  28,  16,  3, 3003, kFloat16,      Both(0.0, kFloat16Max)},
+    {"10.x",    10,   0,  24, 12,    0, kTime,         kNoRange},
+    {"11.x",    11,   0,  24, 11,    0, kDate,         kNoRange},
+    {"12.x",    12,   0,  32,  8,    0, kU32,          Both(0, 4294967295.0)},
+    {"13.x",    13,   0,  32,  4,    0, kS32,          Both(-2147483648.0, 2147483647.0)},
+    {"14.x",    14,   0,  32,  3,    0, kFloat32,      Both(-kFloat32Max, kFloat32Max)},
+    {"15.x",    15,   0,  32,  8,    0, kU32,          Both(0, 4294967295.0)},
+    {"16.x",    16,   0, 112, 10, 8001, kString14,     Both(0, 127)},
+    {"16.001",  16,   1, 112, 10, 8002, kString14,     Both(0, 255)},
+    {"17.x",    17,   0,   8,  4, 4001, kSceneNumber,  Both(0, 63)},
+    {"18.x",    18,   0,   8,  4, 4001, kSceneControl, Both(0, 63)},
+    {"19.x",    19,   0,  64, 13,    0, kDateTime,     kNoRange},
+    {"20.x",    20,   0,   8,  6,    0, kUByte,        Both(0, 255)},
+    {"20.102",  20, 102,   8,  6,    0, kUByte,        Both(0, 4)},
+    {"20.103",  20, 103,   8,  6,    0, kUByte,        Both(0, 4)},
+    {"21.x",    21,   0,   8,  6,    0, kUByte,        Both(0, 255)},
+    {"23.x",    23,   0,   8,  6,    0, kUByte,        Both(0, 255)},
+    {"26.x",    26,   0,   8,  6,    0, kSceneInfo,    {-64, 64, 0, 255}},
+    {"27.x",    27,   0,  32,  8,    0, kU32,          Both(0, 4294967295.0)},
+    {"236.x",  236,   0,   8,  6,    0, kUByte,        Both(0, 255)},
+    {"232.x",  232,   0,  24,  8,    0, kU24,          Both(0, 16777215)},
+    {"238.x",  238,   0,   8,  6,    0, kUByte,        Both(0, 255)},
+};
+// clang-format on
+
+static_assert(sizeof(kDptTable) / sizeof(kDptTable[0]) == 53, "the DPT table has 53 rows");
+
+bool AddEntry(KnxValueConverter& self, unsigned short main, unsigned short sub, unsigned char bitSize,
+              OruValueType ivt, OruDP::OruValueSubType ist, const KnxConverter& converter)
+{
+    return self.AddDptValueMapEntry(main, sub, bitSize, ivt, ist, converter);
+}
+
+} // namespace
+
+bool KnxValueConverter::FillDptValueMap()
+{
+    return FillDptValueMap(&AddEntry);
+}
+
+bool KnxValueConverter::FillDptValueMap(DptEntryAdder adder)
+{
+    LUM_ASSERT2(adder != nullptr);
+    dptValueMap.Clear();
+    for (const DptRow& row : kDptTable)
+    {
+        if (!row.add(*this, row, adder))
+        {
+            LUM_LOG_ERROR("Add DPT value map entry failed. DPT=" << row.dpt);
+        }
+    }
+    // Rows that failed are skipped; the result only says that the map was rebuilt.
+    return true;
+}
+
+} // namespace Lum

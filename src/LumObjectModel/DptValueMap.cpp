@@ -1,0 +1,157 @@
+#include <Lum/KnxValueConverter.h>
+#include <Platform/Logging.h>
+
+#include <cstddef>
+#include <utility>
+
+namespace Lum
+{
+
+namespace
+{
+
+std::unique_ptr<KnxConverter> CloneConverter(const KnxConverter* converter)
+{
+    return std::unique_ptr<KnxConverter>(converter ? converter->Clone() : nullptr);
+}
+
+} // namespace
+
+DptValueEntry::DptValueEntry(const KNXDPT& dpt_, OruValueType ivt_, OruDP::OruValueSubType ist_,
+                             const KnxConverter& converter_)
+    : dpt(dpt_), ivt(ivt_), ist(ist_), converter(converter_.Clone())
+{
+}
+
+DptValueEntry::DptValueEntry(const DptValueEntry& other)
+    : dpt(other.dpt), ivt(other.ivt), ist(other.ist), converter(CloneConverter(other.converter.get()))
+{
+}
+
+DptValueEntry::DptValueEntry(DptValueEntry&& other) noexcept
+    : dpt(other.dpt), ivt(other.ivt), ist(other.ist), converter(std::move(other.converter))
+{
+}
+
+DptValueEntry& DptValueEntry::operator=(const DptValueEntry& other)
+{
+    if (this != &other)
+    {
+        // Clone first: a throwing copy leaves this entry as it was.
+        std::unique_ptr<KnxConverter> copy = CloneConverter(other.converter.get());
+        dpt = other.dpt;
+        ivt = other.ivt;
+        ist = other.ist;
+        converter = std::move(copy);
+    }
+    return *this;
+}
+
+DptValueEntry& DptValueEntry::operator=(DptValueEntry&& other) noexcept
+{
+    dpt = other.dpt;
+    ivt = other.ivt;
+    ist = other.ist;
+    converter = std::move(other.converter);
+    return *this;
+}
+
+DptValueEntry::~DptValueEntry() = default;
+
+const DptValueEntry& GetEmptyDptValueEntry()
+{
+    // Built on first use; the language guarantees a thread-safe one-time initialisation.
+    static const DptValueEntry empty(KNXDPT{}, ivtEmpty, OruDP::ivstNone, KnxConverterDefault());
+    return empty;
+}
+
+namespace
+{
+
+// Enough for the nodes of the full DPT table on 32- and 64-bit targets; the
+// arena grows on its own should a caller add more.
+constexpr std::size_t kArenaBytes = 8192;
+
+} // namespace
+
+DptValueMap::DptValueMap() : m_arena(kArenaBytes), m_entries(&m_arena) {}
+
+DptValueMap::DptValueMap(const DptValueMap& other) : DptValueMap()
+{
+    *this = other;
+}
+
+DptValueMap& DptValueMap::operator=(const DptValueMap& other)
+{
+    if (this != &other)
+    {
+        Clear();
+        for (const auto& main : other.m_entries)
+        {
+            for (const auto& sub : main.second)
+            {
+                KNXDPT dpt = sub.second.dpt;
+                dpt.mainNumber = main.first;
+                dpt.subNumber = sub.first;
+                Add(dpt, sub.second);
+            }
+        }
+    }
+    return *this;
+}
+
+DptValueMap::~DptValueMap() = default;
+
+bool DptValueMap::Add(const KNXDPT& dpt, const DptValueEntry& entry)
+{
+    return Add(dpt, DptValueEntry(entry));
+}
+
+bool DptValueMap::Add(const KNXDPT& dpt, DptValueEntry&& entry)
+{
+    // try_emplace leaves both the map and the entry alone when the DPT is
+    // already there: the first registration wins and a duplicate is no error.
+    m_entries[dpt.mainNumber].try_emplace(dpt.subNumber, std::move(entry));
+    return true;
+}
+
+const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const
+{
+    const auto mainIt = m_entries.find(dpt.mainNumber);
+    if (mainIt == m_entries.end())
+    {
+        LUM_LOG_ERROR("No Entry found for DPT = " << dpt.mainNumber << '.' << dpt.subNumber);
+        return GetEmptyDptValueEntry();
+    }
+    const SubMap& subMap = mainIt->second;
+    const auto exact = subMap.find(dpt.subNumber);
+    if (exact != subMap.end())
+    {
+        return exact->second;
+    }
+    if (dpt.subNumber == 0)
+    {
+        LUM_LOG_ERROR("No Entry found for DPT = " << dpt.mainNumber << '.' << dpt.subNumber);
+        return GetEmptyDptValueEntry();
+    }
+    const auto wholeMain = subMap.find(0);
+    if (wholeMain != subMap.end())
+    {
+        return wholeMain->second;
+    }
+    LUM_LOG_ERROR("No Entry found for DPT = " << dpt.mainNumber << ".x");
+    return GetEmptyDptValueEntry();
+}
+
+void DptValueMap::Clear()
+{
+    for (auto& mainEntry : m_entries)
+    {
+        mainEntry.second.clear();
+    }
+    m_entries.clear();
+    // Nothing points into the arena any more.
+    m_arena.release();
+}
+
+} // namespace Lum

@@ -1,0 +1,281 @@
+#include "KnxConverterLog.h"
+
+#include <Lum/KnxConverterDateTime.h>
+#include <Lum/TimeOfDay.h>
+
+#include <exception>
+
+namespace Lum
+{
+
+namespace
+{
+constexpr std::uint32_t kDateReservedBits = 0xE0F080u;
+constexpr unsigned kTimeReservedBits = 0xC0C0u;
+
+// All eleven fields, numbers only, one blank apart.
+struct OruTimeFields
+{
+    const ORUTIME& t;
+};
+
+std::ostream& operator<<(std::ostream& os, const OruTimeFields& f)
+{
+    const ORUTIME& t = f.t;
+    return os << t.year << ' ' << static_cast<unsigned>(t.month) << ' ' << static_cast<unsigned>(t.day) << ' '
+              << static_cast<unsigned>(t.hour) << ' ' << static_cast<unsigned>(t.minute) << ' '
+              << static_cast<unsigned>(t.second) << ' ' << static_cast<unsigned>(t.hundredths) << ' '
+              << t.weekDay << ' ' << t.dayOfYear << ' ' << static_cast<unsigned>(t.isLocalTime) << ' '
+              << static_cast<unsigned>(t.isDaylightSaving);
+}
+
+bool FitsByte(int v)
+{
+    return v >= 0 && v <= 0xFF;
+}
+} // namespace
+
+// --- 11.001 ------------------------------------------------------------------
+
+bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const
+{
+    LUM_TRACE_TO_KNX(dpt, value);
+    try
+    {
+        if (dpt.mainNumber != 11 && dpt.subNumber != 1 && value.ivt != ivtDate)
+        {
+            LUM_LOG_ERROR("Wrong DPT main number (10.001) or oru value type (ivtDayTime)!");
+            return false;
+        }
+        const ORUTIME& t = value.GetTime();
+        if (static_cast<unsigned>(t.year - 1990) >= 100u)
+        {
+            LUM_LOG_ERROR("Cannot convert the date outside of the range [1990...2089]: year="
+                          << t.year << ", month=" << static_cast<unsigned>(t.month)
+                          << ", day=" << static_cast<unsigned>(t.day));
+            return false;
+        }
+        group.SetAsDate(t.day, t.month, t.year);
+        return true;
+    }
+    catch (const std::exception& e)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of date: " << e.what());
+    }
+    catch (...)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of date: ");
+    }
+    return false;
+}
+
+bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
+                                    ORUVALUE& value) const
+{
+    LUM_TRACE_FROM_KNX(dpt, group);
+    try
+    {
+        if (dpt.mainNumber != 11 && dpt.subNumber != 1)
+        {
+            LUM_LOG_ERROR("Wrong DPT main number (11.001)!");
+            return false;
+        }
+        if ((group.GetRawData().GetUInt24Value(0) & kDateReservedBits) != 0)
+        {
+            LUM_LOG_ERROR("No valid Date datagram, reserved fields are not zero!");
+            return false;
+        }
+        int day = 0;
+        int month = 0;
+        int year = 0;
+        group.GetAsDate(&day, &month, &year);
+        const bool valid =
+            year >= 0 && year <= 0xFFFF && FitsByte(month) && FitsByte(day) &&
+            ORUTIME::IsValidDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
+                                 static_cast<unsigned char>(day));
+        if (!valid)
+        {
+            LUM_LOG_ERROR("Cannot convert invalid date: year=" << year << ", month=" << month
+                                                               << ", day=" << day);
+            return false;
+        }
+        ORUTIME& t = value.GetTime();
+        t.Clear(true);
+        t.SetDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
+                  static_cast<unsigned char>(day), true);
+        value.ivt = ivtDate;
+        return true;
+    }
+    catch (const std::exception& e)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of date: " << e.what());
+    }
+    catch (...)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of date: ");
+    }
+    return false;
+}
+
+KnxConverter* KnxConverterDate::Clone() const
+{
+    return new KnxConverterDate(*this);
+}
+
+// --- 10.001 ------------------------------------------------------------------
+
+bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
+                                       KnxStack::GroupValue& group) const
+{
+    LUM_TRACE_TO_KNX(dpt, value);
+    if (dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime)
+    {
+        LUM_LOG_ERROR("Wrong DPT main number (10.001) or oru value type (ivtDayTime)!");
+        return false;
+    }
+    const boost::optional<LumApp::TimeOfDay> tod = LumApp::FromOruTime(value.GetTime());
+    if (!tod)
+    {
+        LUM_LOG_ERROR("Could not convert ORUTIME " << OruTimeFields{value.GetTime()} << " to TimeOfDay");
+        return false;
+    }
+    group.SetAsTimeOfDay(tod->GetHour(), tod->GetMinute(), tod->GetSecond(),
+                         static_cast<KnxStack::DayOfWeek>(static_cast<std::uint8_t>(tod->GetWeekday())));
+    return true;
+}
+
+bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
+                                         ORUVALUE& value) const
+{
+    LUM_TRACE_FROM_KNX(dpt, group);
+    if (dpt.mainNumber != 10 && dpt.subNumber != 1)
+    {
+        LUM_LOG_ERROR("Wrong DPT main number (10.001)!");
+        return false;
+    }
+    const KnxStack::BinaryData& raw = group.GetRawData();
+    const unsigned minuteSecond = (static_cast<unsigned>(raw.GetUInt8Value(1)) << 8) | raw.GetUInt8Value(2);
+    if ((minuteSecond & kTimeReservedBits) != 0)
+    {
+        LUM_LOG_ERROR("No valid TimeOfDay datagram, reserved fields are not zero!");
+        return false;
+    }
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    KnxStack::DayOfWeek knxDay = KnxStack::DayOfWeek::NoDay;
+    group.GetAsTimeOfDay(&hour, &minute, &second, &knxDay);
+    const boost::optional<LumApp::TimeOfDay> tod = LumApp::TimeOfDay::Create(
+        hour, minute, second, static_cast<LumApp::DayOfWeek>(static_cast<std::uint8_t>(knxDay)));
+    if (!tod)
+    {
+        LUM_LOG_ERROR("No valid TimeOfDay (10.001)!");
+        return false;
+    }
+    value.ivt = ivtDayTime;
+    ORUTIME& t = value.GetTime();
+    t.year = 2000;
+    t.month = 1;
+    t.day = 1;
+    t.hour = static_cast<std::uint8_t>(tod->GetHour());
+    t.minute = static_cast<std::uint8_t>(tod->GetMinute());
+    t.second = static_cast<std::uint8_t>(tod->GetSecond());
+    t.hundredths = 0;
+    t.weekDay = LumApp::ToOruWeekday(tod->GetWeekday());
+    t.dayOfYear = 1;
+    t.isLocalTime = false;
+    t.isDaylightSaving = false;
+    return true;
+}
+
+KnxConverter* KnxConverterTimeOfDay::Clone() const
+{
+    return new KnxConverterTimeOfDay(*this);
+}
+
+// --- 19.001 ------------------------------------------------------------------
+// No entry trace and no DPT check in either direction.
+
+bool KnxConverterDateTime::ToKnxValue(const KNXDPT& /*dpt*/, const ORUVALUE& value,
+                                      KnxStack::GroupValue& group) const
+{
+    try
+    {
+        const ORUTIME& t = value.GetTime();
+        if (static_cast<unsigned>(t.year - 1900) >= 256u)
+        {
+            // The message names the date converter's range; kept as it always read.
+            LUM_LOG_ERROR("Cannot convert the date outside of the range [1990...2089]: year=" << t.year);
+            return false;
+        }
+        // Byte 0 is the low byte of the year itself, not year - 1900, and byte 6
+        // only flags "no weekday": this is how the bytes have always been produced.
+        const unsigned char bytes[8] = {static_cast<unsigned char>(t.year & 0xFFu),
+                                        t.month,
+                                        t.day,
+                                        t.hour,
+                                        t.minute,
+                                        t.second,
+                                        0x20,
+                                        0x00};
+        group = KnxStack::GroupValue(KnxStack::BinaryData(bytes, sizeof bytes), 64);
+        return true;
+    }
+    catch (const std::exception& e)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of date and time: " << e.what());
+    }
+    catch (...)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of date and time: ");
+    }
+    return false;
+}
+
+bool KnxConverterDateTime::FromKnxValue(const KNXDPT& /*dpt*/, const KnxStack::GroupValue& group,
+                                        ORUVALUE& value) const
+{
+    try
+    {
+        const KnxStack::BinaryData& raw = group.GetRawData();
+        const unsigned year = raw.GetUInt8Value(0) + 1900u;
+        const unsigned month = raw.GetUInt8Value(1) & 0x0Fu;
+        const unsigned day = raw.GetUInt8Value(2) & 0x1Fu;
+        const unsigned hour = raw.GetUInt8Value(3) & 0x1Fu;
+        const unsigned minute = raw.GetUInt8Value(4) & 0x3Fu;
+        const unsigned second = raw.GetUInt8Value(5) & 0x3Fu;
+        const auto y = static_cast<unsigned short>(year);
+        const auto mo = static_cast<unsigned char>(month);
+        const auto d = static_cast<unsigned char>(day);
+        const auto h = static_cast<unsigned char>(hour);
+        const auto mi = static_cast<unsigned char>(minute);
+        const auto s = static_cast<unsigned char>(second);
+        if (!ORUTIME::IsValidDate(y, mo, d) || !ORUTIME::IsValidTime(h, mi, s))
+        {
+            LUM_LOG_ERROR("Cannot convert invalid date and time: year="
+                          << year << ", month=" << month << ", day=" << day << ", hour=" << hour
+                          << ", minute=" << minute << ", second=" << second);
+            return false;
+        }
+        ORUTIME& t = value.GetTime();
+        t.Clear(true);
+        t.SetDateTime(y, mo, d, h, mi, s, true);
+        return true;
+    }
+    catch (const std::exception& e)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of date and time: " << e.what());
+    }
+    catch (...)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of date and time: ");
+    }
+    return false;
+}
+
+KnxConverter* KnxConverterDateTime::Clone() const
+{
+    return new KnxConverterDateTime(*this);
+}
+
+} // namespace Lum

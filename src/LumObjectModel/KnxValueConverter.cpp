@@ -1,0 +1,458 @@
+#include <Lum/KnxValueConverter.h>
+#include <Platform/Logging.h>
+
+#include <array>
+#include <initializer_list>
+#include <ostream>
+#include <utility>
+
+namespace Lum
+{
+
+namespace
+{
+
+// A value's text form; a null text writes nothing and marks the stream failed.
+struct ValueText
+{
+    const ORUVALUE& value;
+};
+
+std::ostream& operator<<(std::ostream& os, const ValueText& v)
+{
+    if (const char* text = v.value.ToString())
+    {
+        os << text;
+    }
+    else
+    {
+        os.setstate(std::ios_base::badbit);
+    }
+    return os;
+}
+
+// "main.sub" in plain decimal.
+struct DptText
+{
+    const KNXDPT& dpt;
+};
+
+std::ostream& operator<<(std::ostream& os, const DptText& d)
+{
+    return os << d.dpt.mainNumber << '.' << d.dpt.subNumber;
+}
+
+void SetDpt(KNXDPT& dpt, std::uint16_t main, std::uint16_t sub)
+{
+    dpt.mainNumber = main;
+    dpt.subNumber = sub;
+}
+
+void SetDpt(KNXDPT& dpt, std::uint16_t main, std::uint16_t sub, std::uint8_t bitSize)
+{
+    SetDpt(dpt, main, sub);
+    dpt.bitSize = bitSize;
+}
+
+bool IsOneOf(std::int32_t type, std::initializer_list<std::int32_t> types)
+{
+    for (const std::int32_t t : types)
+    {
+        if (t == type)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+constexpr std::uint16_t kLastSizedMain = 241;
+
+struct MainBitSize
+{
+    std::uint16_t main;
+    std::uint32_t bits;
+};
+
+constexpr std::uint32_t kVar = KnxValueConverter::kVariableBitSize;
+
+// Main numbers not listed expect 0 bits.
+constexpr MainBitSize kMainBitSizes[] = {
+    {1, 1},     {2, 2},    {3, 4},    {4, 8},    {5, 8},    {6, 8},     {7, 16},   {8, 16},   {9, 16},
+    {10, 24},   {11, 24},  {12, 32},  {13, 32},  {14, 32},  {15, 32},   {16, 112}, {17, 8},   {18, 8},
+    {19, 64},   {20, 8},   {21, 8},   {22, 16},  {23, 8},   {24, kVar}, {25, 8},   {26, 8},   {27, 32},
+    {28, kVar}, {29, 64},  {30, 24},  {31, 3},   {200, 9},  {201, 16},  {202, 16}, {203, 24}, {204, 16},
+    {205, 24},  {206, 24}, {207, 16}, {209, 24}, {210, 32}, {211, 16},  {212, 48}, {213, 64}, {214, 32},
+    {215, 40},  {216, 40}, {217, 16}, {218, 40}, {219, 48}, {220, 32},  {221, 48}, {222, 48}, {223, 24},
+    {224, 48},  {225, 24}, {229, 48}, {230, 64}, {231, 32}, {232, 24},  {234, 16}, {235, 48}, {236, 8},
+    {237, 16},  {238, 8},  {239, 16}, {240, 24}, {241, 32},
+};
+
+constexpr std::array<std::uint32_t, kLastSizedMain + 1> MakeBitSizeTable()
+{
+    std::array<std::uint32_t, kLastSizedMain + 1> table{};
+    for (const MainBitSize& row : kMainBitSizes)
+    {
+        table[row.main] = row.bits;
+    }
+    return table;
+}
+
+constexpr std::array<std::uint32_t, kLastSizedMain + 1> kBitSizeByMain = MakeBitSizeTable();
+
+} // namespace
+
+bool KnxValueConverter::Init()
+{
+    return FillDptValueMap();
+}
+
+const DptValueEntry& KnxValueConverter::GetEntry(const KNXDPT& dpt) const
+{
+    return dptValueMap.GetEntry(dpt);
+}
+
+bool KnxValueConverter::AddDptValueMapEntry(unsigned short main, unsigned short sub, unsigned char bitSize,
+                                            OruValueType ivt, OruDP::OruValueSubType ist,
+                                            const KnxConverter& converter)
+{
+    KNXDPT dpt;
+    dpt.bitSize = bitSize;
+    dpt.mainNumber = main;
+    dpt.subNumber = sub;
+    // The map takes over this entry's converter copy, so each row clones once.
+    DptValueEntry entry(dpt, ivt, ist, converter);
+    return dptValueMap.Add(dpt, std::move(entry));
+}
+
+std::uint32_t KnxValueConverter::GetExpectedBitSize(std::uint16_t mainNumber)
+{
+    return mainNumber <= kLastSizedMain ? kBitSizeByMain[mainNumber] : 0;
+}
+
+bool KnxValueConverter::AreValueTypesCompatible(OruValueType valueType, OruValueType entryType)
+{
+    if (valueType == entryType)
+    {
+        return true;
+    }
+    // Deliberately one-way: a date-and-time value fits a date or time entry, not the reverse.
+    switch (static_cast<std::int32_t>(valueType))
+    {
+    case 3:
+    case 1005:
+    case 1036:
+    case 1037:
+    case 1039:
+        return IsOneOf(entryType, {3, 1005, 1036, 1037, 1039});
+    case 4:
+    case 14:
+        return IsOneOf(entryType, {4, 14});
+    case 6:
+    case 1021:
+        return IsOneOf(entryType, {6, 1021});
+    case 7:
+    case 8:
+    case 20:
+        return IsOneOf(entryType, {7, 8, 20});
+    case 11:
+    case 105:
+        return IsOneOf(entryType, {11, 105});
+    case 12:
+    case 104:
+        return IsOneOf(entryType, {12, 104});
+    case 13:
+    case 102:
+    case 201:
+        return IsOneOf(entryType, {11, 12, 13, 102, 104, 105, 201});
+    default:
+        return false;
+    }
+}
+
+bool KnxValueConverter::GetDefaultMappingDptForSize(KNXDPT& dpt)
+{
+    switch (dpt.bitSize)
+    {
+    case 1:
+        SetDpt(dpt, 1, 1);
+        return true;
+    case 2:
+        SetDpt(dpt, 2, 1);
+        return true;
+    case 4:
+        SetDpt(dpt, 3, 7);
+        return true;
+    case 8:
+        SetDpt(dpt, 5, 0);
+        return true;
+    case 16:
+        SetDpt(dpt, 9, 0);
+        return true;
+    case 24:
+        SetDpt(dpt, 10, 1);
+        return true;
+    case 32:
+        SetDpt(dpt, 14, 0);
+        return true;
+    case 40:
+        SetDpt(dpt, 218, 0);
+        return true;
+    case 48:
+        SetDpt(dpt, 219, 1);
+        return true;
+    case 64:
+        SetDpt(dpt, 19, 1);
+        return true;
+    case 112:
+        SetDpt(dpt, 16, 1);
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool KnxValueConverter::GetDefaultMappingDptForValueType(KNXDPT& dpt, const ORUVALUE& val)
+{
+    const std::uint8_t size = dpt.bitSize;
+    switch (static_cast<std::int32_t>(val.ivt))
+    {
+    case 2:
+        SetDpt(dpt, 1, 1, 1);
+        return true;
+    case 1037:
+        SetDpt(dpt, 3, 7, 4);
+        return true;
+    case 6:
+        SetDpt(dpt, 5, 0, 8);
+        return true;
+    case 1036:
+        SetDpt(dpt, 5, 1, 8);
+        return true;
+    case 3:
+        switch (size)
+        {
+        case 0:
+        case 16:
+            SetDpt(dpt, 9, 0, 16);
+            return true;
+        case 4:
+            SetDpt(dpt, 3, 0, 4);
+            return true;
+        case 8:
+            SetDpt(dpt, 5, 1, 8);
+            return true;
+        case 32:
+            SetDpt(dpt, 14, 0, 16); // 16, not 32: kept as it has always been
+            return true;
+        default:
+            return false;
+        }
+    case 12:
+        SetDpt(dpt, 10, 1, 24);
+        return true;
+    case 11:
+        SetDpt(dpt, 11, 1, 24);
+        return true;
+    case 8:
+        SetDpt(dpt, 12, 1, 32);
+        return true;
+    case 4:
+        switch (size)
+        {
+        case 0:
+            SetDpt(dpt, 13, 0, 32);
+            return true;
+        case 8:
+            SetDpt(dpt, 6, 0, 8);
+            return true;
+        case 16:
+            SetDpt(dpt, 8, 0, 16);
+            return true;
+        default:
+            return false;
+        }
+    case 14:
+        SetDpt(dpt, 13, 100, 32);
+        return true;
+    case 9:
+        SetDpt(dpt, 218, 0, 40);
+        return true;
+    case 13:
+        SetDpt(dpt, 19, 1, 64);
+        return true;
+    case 10:
+        switch (size)
+        {
+        case 0:
+            SetDpt(dpt, 16, 1, 112);
+            return true;
+        case 8:
+            SetDpt(dpt, 4, 1, 8);
+            return true;
+        case 112:
+            SetDpt(dpt, 16, 0, 8); // 8, not 112: kept as it has always been
+            return true;
+        default:
+            return false;
+        }
+    default:
+        return false;
+    }
+}
+
+bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::GroupValue& gv) const
+{
+    try
+    {
+        if (dpt.mainNumber == 0)
+        {
+            if (!GetDefaultMappingDptForValueType(dpt, val) && !GetDefaultMappingDptForSize(dpt))
+            {
+                LUM_LOG_INFO("Could not find DPT for bit size " << static_cast<unsigned>(dpt.bitSize));
+                return false;
+            }
+            if (dpt.mainNumber == 0)
+            {
+                LUM_LOG_ERROR("Convert to KNX value failed. Missing DPT. val = " << ValueText{val});
+                return false;
+            }
+        }
+
+        const DptValueEntry& entry = GetEntry(dpt);
+        if (entry.ivt == ivtEmpty)
+        {
+            LUM_LOG_ERROR("No Entry found for DPT = " << DptText{dpt});
+            LUM_LOG_ERROR("Assume validity and accept value!");
+            return true;
+        }
+
+        if (val.ivt == ivtUnset || AreValueTypesCompatible(val.ivt, entry.ivt))
+        {
+            const KnxConverter* converter = entry.converter.get();
+            if (converter == nullptr)
+            {
+                LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << DptText{dpt});
+                return false;
+            }
+            if (converter->ToKnxValue(dpt, val, gv))
+            {
+                return true;
+            }
+            LUM_LOG_ERROR("Convert to KNX value failed for DPT = " << DptText{dpt}
+                                                                   << " val = " << ValueText{val});
+            return false;
+        }
+
+        LUM_LOG_ERROR("Invalid value type found for DPT = " << DptText{dpt} << " val.ivt="
+                                                            << static_cast<std::int32_t>(val.ivt));
+        return false;
+    }
+    catch (const KnxStack::GroupValueException& e)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of ORUVALUE to GroupValue: " << e.what());
+        return false;
+    }
+}
+
+bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv, ORUVALUE& val) const
+{
+    try
+    {
+        if (dpt.mainNumber == 0)
+        {
+            if (dpt.bitSize == 0)
+            {
+                KNXDPT sized = dpt;
+                sized.bitSize = static_cast<std::uint8_t>(gv.GetDefinedSize());
+                if (GetDefaultMappingDptForSize(sized))
+                {
+                    dpt = sized;
+                }
+            }
+            else if (!GetDefaultMappingDptForSize(dpt))
+            {
+                LUM_LOG_INFO("Could not find DPT for bit size " << static_cast<unsigned>(dpt.bitSize));
+                return false;
+            }
+            if (dpt.mainNumber == 0)
+            {
+                LUM_LOG_ERROR("Convert from KNX value failed. Missing DPT. GroupValue = "
+                              << gv.GetRawData().ToString());
+                return false;
+            }
+        }
+
+        const DptValueEntry& entry = GetEntry(dpt);
+        if (entry.ivt == ivtEmpty)
+        {
+            LUM_LOG_ERROR("No Entry found for DPT = " << DptText{dpt});
+            LUM_LOG_ERROR("Assume validity and accept value!");
+            return true;
+        }
+
+        val.ivt = entry.ivt;
+
+        const std::uint32_t expected = GetExpectedBitSize(dpt.mainNumber);
+        const std::uint32_t actual = gv.GetDefinedSize();
+        const KnxStack::GroupValue* source = &gv;
+        KnxStack::GroupValue substitute;
+        bool mismatch = false;
+        if (expected < 7)
+        {
+            if (actual > 6)
+            {
+                mismatch = true;
+            }
+            else
+            {
+                // Short values travel in six bits; re-read them at their own width.
+                substitute = KnxStack::GroupValue(gv.GetRawData(), expected);
+                if (actual == 6)
+                {
+                    source = &substitute;
+                }
+            }
+        }
+        else if (expected != actual)
+        {
+            if (expected != kVariableBitSize)
+            {
+                mismatch = true;
+            }
+            else if (actual == 6)
+            {
+                source = &substitute; // still empty: a variable-length type gets no data here
+            }
+        }
+        if (mismatch)
+        {
+            LUM_LOG_ERROR("Failed to convert a GroupValue for DPT "
+                          << DptText{dpt} << " because of unexpected bit size: " << actual
+                          << ", expected: " << expected);
+            return false;
+        }
+
+        const KnxConverter* converter = entry.converter.get();
+        if (converter == nullptr)
+        {
+            LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << DptText{dpt});
+            return false;
+        }
+        if (!converter->FromKnxValue(dpt, *source, val))
+        {
+            LUM_LOG_ERROR("Convert from KNX value failed for DPT = " << DptText{dpt} << " GroupValue = "
+                                                                     << gv.GetRawData().ToString());
+            return false;
+        }
+        return true;
+    }
+    catch (const KnxStack::GroupValueException& e)
+    {
+        LUM_LOG_ERROR("Exception caught during conversion of GroupValue: "
+                      << e.what() << "(DPT: " << DptText{dpt} << ", Value: " << gv.GetRawData().ToString());
+        return false;
+    }
+}
+
+} // namespace Lum
