@@ -1,0 +1,259 @@
+// Runs the lumknx tool as a process: exit codes and the lines it prints.
+#include <gtest/gtest.h>
+
+#include <boost/algorithm/string.hpp>
+#include <boost/filesystem.hpp>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+
+namespace
+{
+
+struct Result
+{
+    int status;
+    std::string out;
+    std::string err;
+    std::vector<std::string> outLines() const
+    {
+        std::vector<std::string> lines;
+        boost::algorithm::split(lines, boost::algorithm::trim_right_copy(out), boost::is_any_of("\n"));
+        return lines;
+    }
+};
+
+class Lumknx : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_dir = boost::filesystem::temp_directory_path() / boost::filesystem::unique_path("lumknx-%%%%-%%%%");
+        boost::filesystem::create_directories(m_dir);
+    }
+    void TearDown() override { boost::filesystem::remove_all(m_dir); }
+
+    std::string File(const std::string& name, const std::string& content)
+    {
+        const auto path = (m_dir / name).string();
+        std::ofstream(path, std::ios::binary) << content;
+        return path;
+    }
+
+    // args are passed to the shell as they stand: quote them there.
+    Result Run(const std::string& args, const std::string& input = "")
+    {
+        const std::string in = File("stdin", input);
+        const std::string err = (m_dir / "stderr").string();
+        const std::string command = std::string(LUMKNX_COMMAND) + " " + args + " <" + in + " 2>" + err;
+        FILE* pipe = popen(command.c_str(), "r");
+        EXPECT_NE(pipe, nullptr);
+        std::string out;
+        char buffer[4096];
+        std::size_t n;
+        while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
+            out.append(buffer, n);
+        const int raw = pclose(pipe);
+        std::ifstream errFile(err);
+        std::stringstream errText;
+        errText << errFile.rdbuf();
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, out, errText.str()};
+    }
+
+    boost::filesystem::path m_dir;
+};
+
+TEST_F(Lumknx, ConvertsSingleValues)
+{
+    struct Case
+    {
+        const char* args;
+        const char* out;
+    } const cases[] = {
+        {"decode 9.001 '0C 33'", "21.5 (Float)\n"},
+        {"decode 9.x 0c33", "21.5 (Float)\n"},
+        {"decode 1.001 01", "true (Bool)\n"},
+        {"encode 9.001 21.5", "0C 33 (16 bits)\n"},
+        {"encode 14.x 397", "43 C6 80 00 (32 bits)\n"},
+        {"encode 16.001 'KNX is OK'", "4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00 (112 bits)\n"},
+        {"encode 12.001 4294967295", "FF FF FF FF (32 bits)\n"},
+    };
+    for (const auto& c : cases)
+    {
+        const Result r = Run(c.args);
+        EXPECT_EQ(r.status, 0) << c.args << "\n" << r.err;
+        EXPECT_EQ(r.out, c.out) << c.args;
+    }
+}
+
+TEST_F(Lumknx, ConversionFailureShowsTheLibrarysLineAndExitsOne)
+{
+    const Result shortValue = Run("decode 9.001 0C");
+    EXPECT_EQ(shortValue.status, 1);
+    EXPECT_EQ(shortValue.out, "");
+    EXPECT_NE(shortValue.err.find(
+                  "Failed to convert a GroupValue for DPT 9.1 because of unexpected bit size: 8, expected: 16"),
+              std::string::npos)
+        << shortValue.err;
+
+    const Result outOfRange = Run("encode 5.006 255");
+    EXPECT_EQ(outOfRange.status, 1);
+    EXPECT_NE(outOfRange.err.find("Value out of raw range [0..254] for DPT 5.006: 255"), std::string::npos)
+        << outOfRange.err;
+
+    const Result unknown = Run("decode 99.001 12");
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_NE(unknown.err.find("DPT 99.001 is not supported"), std::string::npos) << unknown.err;
+}
+
+TEST_F(Lumknx, UsageErrorsExitTwoWithOneLine)
+{
+    const char* cases[] = {"",
+                           "frobnicate",
+                           "decode 9.001",
+                           "decode nine 0C33",
+                           "decode 9.001 0C3",
+                           "decode 9.001 XY",
+                           "encode 9.001 warm",
+                           "--log-level chatty dpts",
+                           "id co 1 --ld 3",
+                           "id co 4096",
+                           "id param colour 1",
+                           "trace a b"};
+    for (const char* args : cases)
+    {
+        const Result r = Run(args);
+        EXPECT_EQ(r.status, 2) << args;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << args << ": " << r.err;
+    }
+}
+
+TEST_F(Lumknx, HelpForToolAndCommands)
+{
+    const Result tool = Run("--help");
+    EXPECT_EQ(tool.status, 0);
+    EXPECT_NE(tool.out.find("usage: lumknx"), std::string::npos);
+    for (const char* command : {"decode", "encode", "trace", "dpts", "id", "config"})
+    {
+        const Result r = Run(std::string(command) + " --help");
+        EXPECT_EQ(r.status, 0) << command;
+        EXPECT_EQ(r.out.rfind(std::string("usage: lumknx ") + command, 0), 0u) << r.out;
+    }
+}
+
+TEST_F(Lumknx, TraceReportsBadTelegramsAndSkipsBadLines)
+{
+    const std::string trace = "time,source,destination,dpt,data\n"
+                              "08:00:00.000,1.1.1,1/1/1,1.001,01\n"
+                              "08:00:01.000,1.1.2,3/1/1,9.001,0C 33\n"
+                              "08:00:02.000,1.1.2,3/1/1,9.001,0C\n"
+                              "garbage line\n"
+                              "08:00:03.000,1.1.3,5/3/1,6.020,00\n"
+                              "08:00:04.000,1.1.3,5/3/1,9.001,ZZ\n"
+                              "08:00:05.000,1.1.4,0/0/1,10.001,4D 17 2A\n";
+    const Result r = Run("trace -", trace);
+    ASSERT_EQ(r.status, 0) << r.err;
+    const auto lines = r.outLines();
+    ASSERT_EQ(lines.size(), 9u) << r.out;
+    EXPECT_TRUE(boost::algorithm::ends_with(lines[0], " OK")) << lines[0];
+    EXPECT_NE(lines[1].find("21.5"), std::string::npos) << lines[1];
+    EXPECT_TRUE(boost::algorithm::ends_with(
+        lines[2], "FAILED: Failed to convert a GroupValue for DPT 9.1 because of unexpected bit size: 8, expected: 16"))
+        << lines[2];
+    EXPECT_EQ(lines[3], "line 5: skipped, 1 fields instead of 5 (time,source,destination,dpt,data)");
+    EXPECT_TRUE(boost::algorithm::ends_with(lines[4], "FAILED: The internal value of DPT=6.20, f=0 is out of the allowed range."))
+        << lines[4];
+    EXPECT_TRUE(boost::algorithm::ends_with(lines[5], "FAILED: not hexadecimal bytes")) << lines[5];
+    EXPECT_TRUE(boost::algorithm::ends_with(lines[6], " OK")) << lines[6];
+    EXPECT_EQ(lines[7], "");
+    EXPECT_EQ(lines[8].rfind("telegrams: 6, decoded: 3, failed: 3, skipped lines: 1, telegrams per second: ", 0), 0u)
+        << lines[8];
+    // The columns line up: every telegram line has its DPT and bytes at the same place.
+    const std::pair<std::size_t, const char*> dpts[] = {{0, "1.001 "}, {1, "9.001 "}, {2, "9.001 "},
+                                                        {4, "6.020 "}, {5, "9.001 "}, {6, "10.001 "}};
+    for (const auto& d : dpts)
+        EXPECT_EQ(lines[d.first].find(d.second), lines[0].find("1.001 ")) << lines[d.first];
+    EXPECT_EQ(lines[6].find("4D 17 2A"), lines[0].find(" 01 ") + 1) << lines[6];
+}
+
+TEST_F(Lumknx, TraceOfTheShippedSampleDecodesAllButTheBrokenTelegrams)
+{
+    const Result r = Run("trace");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const auto lines = r.outLines();
+    ASSERT_FALSE(lines.empty());
+    unsigned telegrams = 0, decoded = 0, failed = 0, skipped = 0;
+    ASSERT_EQ(std::sscanf(lines.back().c_str(), "telegrams: %u, decoded: %u, failed: %u, skipped lines: %u",
+                          &telegrams, &decoded, &failed, &skipped),
+              4)
+        << lines.back();
+    EXPECT_GE(telegrams, 300u);
+    EXPECT_EQ(decoded + failed, telegrams);
+    EXPECT_EQ(skipped, 2u);
+    // The sample's malformed telegrams, and only those, fail; of its 18 odd
+    // ones, 7F FF on 9.001 is the KNX invalid-data marker and decodes.
+    EXPECT_EQ(failed, 17u) << r.out;
+}
+
+TEST_F(Lumknx, DptsListsEverySupportedType)
+{
+    const Result r = Run("dpts");
+    ASSERT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("\n53 datapoint types\n"), std::string::npos);
+    EXPECT_NE(r.out.find("KnxConverterFloat16BitFloat"), std::string::npos);
+    const Result md = Run("dpts --markdown");
+    ASSERT_EQ(md.status, 0);
+    EXPECT_EQ(std::count(md.out.begin(), md.out.end(), '\n'), 55);
+}
+
+TEST_F(Lumknx, IdDescribesAndBuildsIdentifiers)
+{
+    struct Case
+    {
+        const char* args;
+        const char* out;
+    } const cases[] = {
+        {"id 1000", "1000\tthe device (also the KNX device)\n"},
+        {"id 200000", "200000\tlogical KNX device 2\n"},
+        {"id 100022", "100022\tapp-control event of logical device 1\n"},
+        {"id 100101", "100101\tCO value 1 of logical device 1\n"},
+        {"id 208288", "208288\tCO channel 4095 of logical device 2\n"},
+        {"id 180601", "180601\ttext parameter value 44 of logical device 1\n"},
+        {"id 99999", "99999\tno object of the object model\n"},
+        {"id co 1 --ld 2", "200100\tCO channel 1 of logical device 2\n"},
+        {"id co-value 4095 --ld 2", "208289\tCO value 4095 of logical device 2\n"},
+        {"id param number 64 --ld 2", "270128\tnumber parameter channel 64 of logical device 2\n"},
+        {"id app-control alive", "100023\tapp-control alive heartbeat of logical device 1\n"},
+    };
+    for (const auto& c : cases)
+    {
+        const Result r = Run(c.args);
+        EXPECT_EQ(r.status, 0) << c.args << r.err;
+        EXPECT_EQ(r.out, c.out) << c.args;
+    }
+}
+
+TEST_F(Lumknx, ConfigPrintsTheEffectiveSettings)
+{
+    const std::string path = File("config.xml", R"(<LumAppHostConfig WithoutKNX="false">
+  <ObjectModelConfig Path="/data/om.json"/>
+  <Debugging Active="1"><AppHost DisableStartup="1" RootPath="/dbg/host"/></Debugging>
+</LumAppHostConfig>)");
+    const Result r = Run("config " + path);
+    ASSERT_EQ(r.status, 0) << r.err;
+    for (const char* line : {"  app host without KNX: on\n", "  app debug mode: on\n",
+                             "  app host startup disabled: on\n", "  app connector host startup disabled: on\n",
+                             "  object-model configuration: /data/om.json\n", "  root path app host: /dbg/host\n",
+                             "  root path native apps: (not set)\n"})
+        EXPECT_NE(r.out.find(line), std::string::npos) << line << r.out;
+
+    const Result missing = Run("config " + (m_dir / "absent.xml").string());
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_NE(missing.out.find("(not applied: App host config file cannot be read from: \""), std::string::npos)
+        << missing.out;
+    EXPECT_NE(missing.out.find("  app host without KNX: off\n"), std::string::npos);
+}
+
+} // namespace

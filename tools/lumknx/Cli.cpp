@@ -1,0 +1,159 @@
+#include "Cli.h"
+
+#include <Lum/KnxValueConverter.h>
+#include <Platform/Logging.h>
+
+#include <log4cplus/consoleappender.h>
+#include <log4cplus/layout.h>
+#include <log4cplus/spi/loggingevent.h>
+
+#include <boost/algorithm/string.hpp>
+
+#include <cctype>
+#include <memory>
+#include <mutex>
+
+namespace LumKnx
+{
+
+namespace
+{
+bool ParseNumber(const std::string& text, unsigned long max, unsigned long& out)
+{
+    if (text.empty() || text.size() > 6 || !std::all_of(text.begin(), text.end(), ::isdigit))
+        return false;
+    out = std::stoul(text);
+    return out <= max;
+}
+
+class RecordingAppender : public log4cplus::Appender
+{
+public:
+    ~RecordingAppender() override { destructorImpl(); }
+    void close() override {}
+
+    std::string First() const
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_first;
+    }
+    void Clear()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_first.clear();
+    }
+
+protected:
+    void append(const log4cplus::spi::InternalLoggingEvent& event) override
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_first.empty())
+            return;
+        const std::string& line = event.getMessage();
+        const auto pos = line.find(" - ");
+        m_first = pos == std::string::npos ? line : line.substr(pos + 3);
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::string m_first;
+};
+} // namespace
+
+boost::optional<KNXDPT> ParseDpt(const std::string& text)
+{
+    const auto dot = text.find('.');
+    if (dot == std::string::npos)
+        return boost::none;
+    unsigned long main = 0;
+    unsigned long sub = 0;
+    const std::string subText = text.substr(dot + 1);
+    if (!ParseNumber(text.substr(0, dot), 0xFFFF, main) || main == 0)
+        return boost::none;
+    if (subText != "x" && !ParseNumber(subText, 0xFFFF, sub))
+        return boost::none;
+    KNXDPT dpt;
+    dpt.mainNumber = static_cast<std::uint16_t>(main);
+    dpt.subNumber = static_cast<std::uint16_t>(sub);
+    const std::uint32_t bits = Lum::KnxValueConverter::GetExpectedBitSize(dpt.mainNumber);
+    dpt.bitSize = bits < 256 ? static_cast<std::uint8_t>(bits) : 0;
+    return dpt;
+}
+
+std::string FormatDpt(const KNXDPT& dpt)
+{
+    if (dpt.subNumber == 0)
+        return std::to_string(dpt.mainNumber) + ".x";
+    std::string sub = std::to_string(dpt.subNumber);
+    if (sub.size() < 3)
+        sub.insert(0, 3 - sub.size(), '0');
+    return std::to_string(dpt.mainNumber) + "." + sub;
+}
+
+boost::optional<std::vector<unsigned char>> ParseHex(const std::string& text)
+{
+    std::string digits;
+    for (char c : text)
+    {
+        if (c == ' ' || c == ':' || c == '\t')
+            continue;
+        if (!std::isxdigit(static_cast<unsigned char>(c)))
+            return boost::none;
+        digits.push_back(c);
+    }
+    if (digits.empty() || digits.size() % 2 != 0)
+        return boost::none;
+    std::vector<unsigned char> bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        bytes.push_back(static_cast<unsigned char>(std::stoul(digits.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
+KnxStack::GroupValue MakeGroupValue(std::uint16_t mainNumber, const std::vector<unsigned char>& bytes)
+{
+    const KnxStack::BinaryData data(bytes.data(), bytes.size());
+    const std::uint32_t expected = Lum::KnxValueConverter::GetExpectedBitSize(mainNumber);
+    if (expected < 7 && bytes.size() == 1)
+        return KnxStack::GroupValue(data, 6);
+    return KnxStack::GroupValue(data, static_cast<unsigned>(bytes.size() * 8));
+}
+
+LibraryMessages::LibraryMessages() : m_appender(new RecordingAppender)
+{
+    m_appender->setThreshold(log4cplus::WARN_LOG_LEVEL);
+    log4cplus::Logger logger = Lum::GetGlobalDefaultLogger();
+    logger.addAppender(m_appender);
+}
+
+LibraryMessages::~LibraryMessages()
+{
+    log4cplus::Logger logger = Lum::GetGlobalDefaultLogger();
+    logger.removeAppender(m_appender);
+}
+
+void LibraryMessages::Clear() { static_cast<RecordingAppender&>(*m_appender).Clear(); }
+
+std::string LibraryMessages::First() const { return static_cast<RecordingAppender&>(*m_appender).First(); }
+
+void ConfigureLogging(const std::string& level)
+{
+    static const std::map<std::string, log4cplus::LogLevel> levels = {
+        {"debug", log4cplus::DEBUG_LOG_LEVEL}, {"info", log4cplus::INFO_LOG_LEVEL},
+        {"warn", log4cplus::WARN_LOG_LEVEL},   {"error", log4cplus::ERROR_LOG_LEVEL},
+        {"fatal", log4cplus::FATAL_LOG_LEVEL}, {"off", log4cplus::OFF_LOG_LEVEL}};
+    const auto found = levels.find(boost::algorithm::to_lower_copy(level));
+    if (found == levels.end())
+        throw UsageError("unknown log level '" + level + "' (debug, info, warn, error, fatal, off)");
+
+    log4cplus::Logger logger = Lum::GetGlobalDefaultLogger();
+    // The library's own logger passes warnings on even when the console is
+    // quieter, so that failures can be explained beside their results.
+    logger.setLogLevel(std::min(found->second, log4cplus::WARN_LOG_LEVEL));
+    logger.setAdditivity(false);
+    log4cplus::SharedAppenderPtr console(new log4cplus::ConsoleAppender(true /* stderr */, true));
+    console->setLayout(std::unique_ptr<log4cplus::Layout>(new log4cplus::PatternLayout("%-5p %m%n")));
+    console->setThreshold(found->second);
+    logger.addAppender(console);
+}
+
+} // namespace LumKnx

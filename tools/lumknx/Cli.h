@@ -1,0 +1,72 @@
+#pragma once
+
+#include <Platform/KnxStack.h>
+
+#include <boost/optional.hpp>
+
+#include <log4cplus/appender.h>
+
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace LumKnx
+{
+
+// A wrong command line: the tool prints the text on one line and exits with 2.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct Command
+{
+    const char* name;
+    const char* synopsis;
+    const char* help;
+    std::function<int(const std::vector<std::string>& args)> run;
+};
+
+// "9.001", "9.1" or "9.x"; nothing for anything else.
+boost::optional<KNXDPT> ParseDpt(const std::string& text);
+// "9.001" or "9.x".
+std::string FormatDpt(const KNXDPT& dpt);
+// Hexadecimal bytes, optionally separated by blanks or colons ("0C 33", "0c33").
+boost::optional<std::vector<unsigned char>> ParseHex(const std::string& text);
+// A group value as the bus delivers it: values of up to six bits arrive in
+// six bits, longer ones in whole bytes.
+KnxStack::GroupValue MakeGroupValue(std::uint16_t mainNumber, const std::vector<unsigned char>& bytes);
+
+// Records the library's warnings and errors of one operation, so that the
+// reason of a failure can be printed beside its result.
+class LibraryMessages
+{
+public:
+    LibraryMessages();
+    ~LibraryMessages();
+    LibraryMessages(const LibraryMessages&) = delete;
+    LibraryMessages& operator=(const LibraryMessages&) = delete;
+
+    void Clear();
+    // The first recorded message (text after " - "), or "" when there is none.
+    std::string First() const;
+
+private:
+    log4cplus::SharedAppenderPtr m_appender;
+};
+
+// Sends the library's log to standard error from the given level on
+// ("debug", "info", "warn", "error", "fatal", "off").
+void ConfigureLogging(const std::string& level);
+
+int RunDecode(const std::vector<std::string>& args);
+int RunEncode(const std::vector<std::string>& args);
+int RunTrace(const std::vector<std::string>& args);
+int RunDpts(const std::vector<std::string>& args);
+int RunId(const std::vector<std::string>& args);
+int RunConfig(const std::vector<std::string>& args);
+
+} // namespace LumKnx

@@ -1,0 +1,106 @@
+// lumknx: the object-model library from a shell, for integrators who debug a
+// building. Every conversion, identifier and setting comes from the library;
+// this program only parses arguments and prints.
+#include "Cli.h"
+
+#include <log4cplus/initializer.h>
+
+#include <iostream>
+
+namespace
+{
+
+const std::vector<LumKnx::Command>& Commands()
+{
+    static const std::vector<LumKnx::Command> commands = {
+        {"decode", "decode DPT HEX", "Decodes the bytes of one group value, e.g. 'decode 9.001 \"0C 33\"'.",
+         LumKnx::RunDecode},
+        {"encode", "encode DPT VALUE", "Encodes one value, e.g. 'encode 9.001 21.5' or 'encode 16.001 \"Hallo\"'.",
+         LumKnx::RunEncode},
+        {"trace", "trace [FILE|-]",
+         "Decodes a bus trace (CSV: time,source,destination,dpt,data); '-' reads standard input,\n"
+         "no FILE decodes the shipped sample of a day in a small building.",
+         LumKnx::RunTrace},
+        {"dpts", "dpts [--markdown]", "Lists the supported datapoint types.", LumKnx::RunDpts},
+        {"id", "id ID | id co N | id co-value N | id param ip|number|text N | id ld | id app-control ...",
+         "Tells what an object-model identifier denotes, or builds one (--ld 1|2 picks the logical device).",
+         LumKnx::RunId},
+        {"config", "config [FILE]", "Loads an app host configuration (the fixed path without FILE) and prints it.",
+         LumKnx::RunConfig},
+    };
+    return commands;
+}
+
+void PrintUsage(std::ostream& os)
+{
+    os << "usage: lumknx [--log-level LEVEL] COMMAND [ARGS]\n\ncommands:\n";
+    for (const auto& c : Commands())
+        os << "  " << c.synopsis << "\n";
+    os << "\noptions:\n"
+          "  --log-level LEVEL  library log on standard error from LEVEL on: debug, info, warn, error\n"
+          "                     (default), fatal, off\n"
+          "  --help             this text; 'lumknx COMMAND --help' explains a command\n";
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    log4cplus::Initializer initializer;
+    try
+    {
+        std::vector<std::string> args;
+        std::string level;
+        bool help = false;
+        for (int i = 1; i < argc; ++i)
+        {
+            const std::string arg = argv[i];
+            if (arg == "--log-level")
+            {
+                if (i + 1 >= argc)
+                    throw LumKnx::UsageError("--log-level needs a level");
+                level = argv[++i];
+            }
+            else if (arg.rfind("--log-level=", 0) == 0)
+                level = arg.substr(12);
+            else if (arg == "--help" || arg == "-h")
+                help = true;
+            else
+                args.push_back(arg);
+        }
+        if (args.empty())
+        {
+            if (!help)
+                throw LumKnx::UsageError("no command given; see 'lumknx --help'");
+            PrintUsage(std::cout);
+            return 0;
+        }
+        const std::string name = args.front();
+        args.erase(args.begin());
+        for (const auto& c : Commands())
+        {
+            if (name != c.name)
+                continue;
+            if (help)
+            {
+                std::cout << "usage: lumknx " << c.synopsis << "\n\n" << c.help << "\n";
+                return 0;
+            }
+            // A trace explains its failures beside each telegram; the console
+            // stays quiet unless asked.
+            LumKnx::ConfigureLogging(level.empty() ? (name == "trace" ? "off" : "error") : level);
+            return c.run(args);
+        }
+        throw LumKnx::UsageError("unknown command '" + name + "'; see 'lumknx --help'");
+    }
+    catch (const LumKnx::UsageError& e)
+    {
+        std::cerr << "lumknx: " << e.what() << "\n";
+        return 2;
+    }
+    catch (const std::exception& e)
+    {
+        std::cerr << "lumknx: " << e.what() << "\n";
+        return 1;
+    }
+}
