@@ -1,4 +1,5 @@
-// Random bytes of random sizes through every registered DPT.
+// Random bytes of random sizes through every registered DPT; what decodes is
+// encoded again, so that every converter also sees the values it produces.
 #include "FuzzSupport.h"
 
 #include <Lum/KnxValueConverter.h>
@@ -48,7 +49,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const KnxStack::BinaryData raw(in.Rest(), in.RestSize());
     const KnxStack::GroupValue gv(raw, bits);
     ORUVALUE value;
-    registered.converter.FromKnxValue(dpt, gv, value);
+    KNXDPT used = dpt;
+    if (registered.converter.FromKnxValue(used, gv, value))
+    {
+        KnxStack::GroupValue back;
+        registered.converter.ToKnxValue(used, value, back);
+    }
     (void)value.ToString();
     return 0;
 }

@@ -1,4 +1,5 @@
-// Arbitrary text deserialised and converted, by DPT and by size.
+// Arbitrary text deserialised and converted, by DPT and by size; what encodes
+// is decoded again to text in both serialised forms.
 #include "FuzzSupport.h"
 
 #include <Lum/LumKnxValueConverter.h>
@@ -13,7 +14,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const Lum::LumKnxValueConverter converter = [] {
+    static const Lum::LumKnxValueConverter converter = []
+    {
         Lum::LumKnxValueConverter c;
         c.Init();
         return c;
@@ -25,8 +27,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(in.Rest()), in.RestSize());
     KNXDPT dpt{bits, main, sub};
     KnxStack::GroupValue gv;
-    converter.ToKnxValue(dpt, text, gv);
+    if (converter.ToKnxValue(dpt, text, gv))
+    {
+        std::string back;
+        converter.FromKnxValue(gv, back, (bits & 1) != 0);
+    }
     KnxStack::GroupValue bySize;
-    converter.ToKnxValue(text, bits, bySize);
+    if (converter.ToKnxValue(text, bits, bySize))
+    {
+        std::string back;
+        converter.FromKnxValue(bySize, back, (bits & 1) == 0);
+    }
     return 0;
 }
