@@ -6,10 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
-#include <cstring>
 #include <fstream>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,13 +19,12 @@ namespace
 namespace fs = boost::filesystem;
 using Lum::AppHostConfiguration;
 
-// Parses a copy in a heap buffer of exactly the text and its terminator, so
-// that AddressSanitizer sees any read past the end.
+// Parses a copy in a heap buffer of exactly the text and its terminator, so that AddressSanitizer
+// sees any read past the end.
 bool LoadXml(AppHostConfiguration& config, const std::string& text)
 {
-    std::unique_ptr<char[]> buffer(new char[text.size() + 1]);
-    std::memcpy(buffer.get(), text.c_str(), text.size() + 1);
-    return config.LoadAppHostConfigXML(buffer.get());
+    std::vector<char> buffer(text.c_str(), text.c_str() + text.size() + 1);
+    return config.LoadAppHostConfigXML(buffer.data());
 }
 
 // Every field in one string: a letter for each switch that is on (Debug mode, app Host disabled,
@@ -271,33 +269,34 @@ TEST(AppHostConfigSwitches, ExchangingSettersReturnThePreviousValue)
         }
 }
 
-// Used as a spin lock, a switch lets one thread in at a time only when each
-// exchange sees the value the previous one left: no increment of the unguarded
-// counter may be lost (nor raced, under ThreadSanitizer), no release may find
-// the switch clear.
+// Used as a spin lock, a switch lets one thread in at a time only when each exchange sees the value
+// the previous one left: no increment of its unguarded counter may be lost (nor raced, under
+// ThreadSanitizer), no release may find the switch clear.
 TEST(AppHostConfigSwitches, ExchangeExcludesLikeALock)
 {
-    constexpr int kRounds = 100000;
+    constexpr long kRounds = 100000;
     AppHostConfiguration config;
-    long counter = 0;
-    std::atomic<int> releasesFoundClear{0};
+    const std::array<bool (AppHostConfiguration::*)(bool), 2> exchanges = {
+        &AppHostConfiguration::ReplaceAppDebugMode,
+        &AppHostConfiguration::SetAppConnectorHostStartupDisabled};
+    std::array<long, 2> counters = {0, 0};
+    std::atomic<long> releasesFoundClear{0};
     const auto work = [&]
     {
-        for (int i = 0; i < kRounds; ++i)
-            for (const auto exchange : {&AppHostConfiguration::ReplaceAppDebugMode,
-                                        &AppHostConfiguration::SetAppConnectorHostStartupDisabled})
+        for (long i = 0; i < kRounds; ++i)
+            for (std::size_t s = 0; s < exchanges.size(); ++s)
             {
-                while ((config.*exchange)(true))
+                while ((config.*exchanges[s])(true))
                     std::this_thread::yield();
-                ++counter;
-                releasesFoundClear += (config.*exchange)(false) ? 0 : 1;
+                ++counters[s];
+                releasesFoundClear += (config.*exchanges[s])(false) ? 0 : 1;
             }
     };
     std::thread other(work);
     work();
     other.join();
-    EXPECT_EQ(counter, 4L * kRounds);
-    EXPECT_EQ(releasesFoundClear.load(), 0);
+    EXPECT_EQ((std::array<long, 3>{counters[0], counters[1], releasesFoundClear}),
+              (std::array<long, 3>{2 * kRounds, 2 * kRounds, 0}));
     EXPECT_EQ(State(config), ".....");
 }
 

@@ -273,7 +273,7 @@ TEST(MessengerCalls, SameIdTwiceSharesOneEntry)
     LumTest::LogCapture log;
     FakeStack stack;
     stack.ids = {"dup", "dup"};
-    Messenger messenger(stack, seconds(1), 0);
+    Messenger messenger(stack, seconds(2), 0);
     std::vector<Lum::Docket> results(2);
     std::thread first([&] { results[0] = messenger.GetValue(1, true); });
     ASSERT_TRUE(Eventually([&] { return stack.count == 1; }));
@@ -413,7 +413,7 @@ TEST(MessengerWithSimulator, AnswerWakesItsWaiterAtOnce)
 TEST(MessengerWithSimulator, FaultModesAndLateAnswers)
 {
     LumTest::LogCapture log;
-    Chain chain(milliseconds(30), 1);
+    Chain chain(milliseconds(200), 1);
     auto& sim = chain.sim;
     sim.SetObjectValue(1, "v");
     sim.RefuseNext(1); // then sim-1
@@ -431,7 +431,7 @@ TEST(MessengerWithSimulator, FaultModesAndLateAnswers)
 
     SimulatedDeviceStack::Faults faults;
     faults.lateProbability = 1.0;
-    faults.lateDelay = Ms(80);
+    faults.lateDelay = Ms(600);
     sim.SetFaults(faults);
     EXPECT_FALSE(chain.messenger.GetValue(1, false).IsAnswered()); // sim-5, sim-6
     ASSERT_TRUE(sim.WaitUntilIdle(Ms(5000)));
