@@ -9,8 +9,6 @@
 #include <Lum/KnxConverterInteger.h>
 #include <Lum/KnxConverterScene.h>
 #include <Lum/KnxConverterString.h>
-#include <Platform/KnxStack.h>
-#include <Platform/OruValue.h>
 
 #include <LogCapture.h>
 
@@ -26,7 +24,6 @@ using Lum::FloatRange;
 using Lum::IntegerRange;
 using Lum::LongIntegerRange;
 using Bytes = std::vector<unsigned char>;
-constexpr bool To = true, From = false;
 
 inline const auto Dpt = [](int main, int sub, int bits = 0) {
     return KNXDPT{std::uint8_t(bits), std::uint16_t(main), std::uint16_t(sub)};
@@ -41,12 +38,11 @@ inline Bytes Hex(const std::string& text)
     return out;
 }
 // A text's bytes padded with zeros, as a 14-byte string.
-inline Bytes Padded(const std::string& text, std::size_t size = 14)
+inline const auto Padded = [](std::string text)
 {
-    Bytes out(text.begin(), text.end());
-    out.resize(size, 0);
-    return out;
-}
+    text.resize(14, '\0');
+    return Bytes(text.begin(), text.end());
+};
 inline KnxStack::GroupValue Group(const Bytes& b, unsigned bits = 0)
 {
     return KnxStack::GroupValue(KnxStack::BinaryData(b.data(), b.size()),
@@ -56,17 +52,17 @@ inline Bytes RawBytes(const KnxStack::GroupValue& g)
 {
     return Bytes(g.GetRawData().GetData(), g.GetRawData().GetData() + g.GetRawData().GetSize());
 }
-// A value of exactly this type code over a number payload.
-inline ORUVALUE Typed(OruValueType type, std::uint32_t number)
-{
-    ORUVALUE v = ORUVALUE::FromDWord(number);
-    v.ivt = type;
-    return v;
-}
 inline const auto B = [](std::uint8_t v) { return ORUVALUE::FromByte(v); };
 inline const auto I = [](std::int32_t v) { return ORUVALUE::FromInteger(v); };
 inline const auto W = [](std::uint16_t v) { return ORUVALUE::FromWord(v); };
 inline const auto D = [](std::uint32_t v) { return ORUVALUE::FromDWord(v); };
+// A value of exactly this type code over a number payload.
+inline const auto Typed = [](int type, std::uint32_t n)
+{
+    ORUVALUE v = D(n);
+    v.ivt = OruValueType(type);
+    return v;
+};
 inline const auto F = [](double v) { return ORUVALUE::FromFloat(v); };
 inline const auto S = [](const std::string& v) { return ORUVALUE::FromString(v); };
 inline ORUVALUE DT(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, OruValueType type = ivtDateTime)
@@ -79,17 +75,12 @@ inline ORUVALUE DT(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, OruVa
 }
 inline const auto DateV = [](int y, int mo, int d) { return DT(y, mo, d, 0, 0, 0, ivtDate); };
 // A time of day as the time-of-day converter reads it: on 1 January 2000.
-inline ORUVALUE TimeV(int h, int mi, int s, std::uint16_t weekMask)
+inline ORUVALUE TimeV(int h, int mi, int s, int weekMask)
 {
-    ORUTIME t;
-    t.year = 2000;
-    t.month = t.day = 1;
-    t.hour = std::uint8_t(h);
-    t.minute = std::uint8_t(mi);
-    t.second = std::uint8_t(s);
-    t.weekDay = weekMask;
-    t.dayOfYear = 1;
-    return ORUVALUE::FromTime(ivtDayTime, t);
+    ORUVALUE v = DT(2000, 1, 1, h, mi, s, ivtDayTime);
+    v.GetTime().weekDay = std::uint16_t(weekMask);
+    v.GetTime().isLocalTime = false;
+    return v;
 }
 
 inline bool Convert(const Lum::KnxConverter& c, bool to, const KNXDPT& dpt, ORUVALUE& v,
@@ -131,7 +122,6 @@ inline const Lum::KnxConverterSceneInfo kInfo(IntegerRange(-64, 64, 0, 255));
 // Reading with these writes only the payload; the value type stays the caller's.
 inline const std::set<const Lum::KnxConverter*> kKeepsType = {&k1Bit,    &k4Bit, &kU24,     &kF16,
                                                               &kControl, &kInfo, &kDateTime};
-inline const std::string kEAcute = "\xC3\xA9";
 
 enum Way
 {
@@ -164,7 +154,6 @@ inline const std::vector<Vector>& Vectors()
         {&kSigned8, ToBus, Dpt(6, 1), I(0x1FF), Hex("FF")}, // low 8 bits, no range test
         {&kSigned8, FromBus, Dpt(1, 1), I(-1), Hex("FF")},  // nothing checked
         {&kStatus, Both, Dpt(6, 20), B(0x6A), Hex("6A")},
-        {&kStatus, Both, Dpt(6, 20), B(0xFC), Hex("FC")},
         {&kStatus, ToBus, Dpt(9, 1), B(0x02), Hex("02")}, // main 6, sub 20 or a byte suffices
         {&kStatus, ToBus, Dpt(99, 20), Typed(ivtWord, 0x01), Hex("01")},
         {&kU16, Both, Dpt(7, 1), W(65535), Hex("FF FF")},
@@ -176,16 +165,11 @@ inline const std::vector<Vector>& Vectors()
         {&kU24, ToBus, Dpt(1, 1), Typed(ivtWord, 0xAB123456u), Hex("12 34 56")}, // top byte dropped
         {&kU32, Both, Dpt(12, 1), D(19088743), Hex("01 23 45 67")},
         {&kU32, Both, Dpt(99, 1), D(4294967295u), Hex("FF FF FF FF")}, // DPT not checked
-        {&kS32, Both, Dpt(13, 1), I(2147483647), Hex("7F FF FF FF")},
         {&kS32, Both, Dpt(13, 10), I(INT32_MIN), Hex("80 00 00 00")},
         {&kS32, ToBus, Dpt(14, 1), I(-1), Hex("FF FF FF FF")},      // main or type suffices
         {&kS32Scaled, ToBus, Dpt(13, 1), I(5), Hex("00 00 00 32")}, // scaled towards the bus only
         {&kS32Scaled, FromBus, Dpt(13, 1), I(50), Hex("00 00 00 32")},
-        {&kF16, Both, Dpt(9, 1), F(0.01), Hex("00 01")},
-        {&kF16, Both, Dpt(9, 1), F(-0.01), Hex("87 FF")},
         {&kF16, Both, Dpt(9, 1), F(20.48), Hex("0C 00")},
-        {&kF16, Both, Dpt(9, 1), F(21.0), Hex("0C 1A")},
-        {&kF16, Both, Dpt(9, 1), F(-30.0), Hex("8A 24")},
         {&kF16, Both, Dpt(9, 1), F(0.29), Hex("00 1D")},
         {&kF16, Both, Dpt(9, 1), F(670433.28), Hex("7F FE")},
         {&kF16, Both, Dpt(9, 1), F(-671088.64), Hex("F8 00")},
@@ -195,9 +179,8 @@ inline const std::vector<Vector>& Vectors()
         {&kF16, FromBus, Dpt(9, 1), F(-20.48), Hex("8C 00")},
         {&kTemp, ToBus, Dpt(9, 1), Typed(ivtUnset, 0), Hex("7F FF")}, // empty: the invalid marker
         {&kF16, ToBus, Dpt(5, 1), F(5.0), Hex("01 F4")},              // a float anywhere, any type on 9.x
-        {&kF16, ToBus, Dpt(9, 1), I(0), Hex("00 00")},
+        {&kF16, ToBus, Dpt(9, 1), Typed(777, 0), Hex("00 00")},       // a type without a text form
         {&kF32, Both, Dpt(14, 68), F(397.0), Hex("43 C6 80 00")},
-        {&kF32, Both, Dpt(14, 68), F(46.0), Hex("42 38 00 00")},
         {&kF32, ToBus, Dpt(14, 1), Typed(ivtUnset, 0), Hex("7F C0 00 00")}, // quiet NaN
         {&kF32, ToBus, Dpt(14, 1), F(0.1), Hex("3D CC CC CD")},             // rounded to nearest
         {&kF32, ToBus, Dpt(14, 1), F(1e39), Hex("7F 80 00 00")},            // beyond the range: no test
@@ -205,7 +188,7 @@ inline const std::vector<Vector>& Vectors()
         {&kAscii, Both, Dpt(4, 1), S(std::string(1, '\0')), Hex("00")},
         {&kAscii, ToBus, Dpt(4, 1), S(""), Hex("00")},
         {&kAscii, ToBus, Dpt(4, 1), S("Hello"), Hex("48")}, // the first character only
-        {&kLatin1, Both, Dpt(4, 2), S(kEAcute), Hex("E9")},
+        {&kLatin1, Both, Dpt(4, 2), S("\xC3\xA9"), Hex("E9")},
         {&kText, Both, Dpt(16, 0), S("KNX is OK"), Hex("4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00")},
         {&kText, Both, Dpt(16, 0), S(""), Padded("")},
         {&kTextLatin1, Both, Dpt(16, 1),
@@ -214,26 +197,22 @@ inline const std::vector<Vector>& Vectors()
          Hex("47 E4 6E 73 65 66 FC DF 63 68 65 6E 00 00")},
         {&kPrintable, ToBus, Dpt(16, 0), S("a\tb"), Padded("a_b")}, // silently
         {&kText, ToBus, Dpt(4, 1), S("x"), Padded("x")},            // main or type suffices
-        {&kDate, Both, Dpt(11, 1), DateV(2002, 1, 4), Hex("04 01 02")},
         {&kDate, Both, Dpt(11, 1), DateV(1990, 1, 31), Hex("1F 01 5A")},
         {&kDate, Both, Dpt(11, 1), DateV(2089, 12, 31), Hex("1F 0C 59")},
         {&kDate, ToBus, Dpt(12, 2), DateV(2000, 2, 29), Hex("1D 02 00")}, // main 11, sub 1 or the date type
         {&kDate, ToBus, Dpt(99, 1), DT(2000, 2, 29), Hex("1D 02 00")},
         {&kTime, Both, Dpt(10, 1), TimeV(13, 23, 42, OruWeekDays::WEEK_DAY_TUESDAY), Hex("4D 17 2A")},
         {&kTime, Both, Dpt(10, 1), TimeV(23, 59, 59, OruWeekDays::WEEK_DAY_SUNDAY), Hex("F7 3B 3B")},
-        {&kTime, Both, Dpt(10, 1), TimeV(0, 0, 0, OruWeekDays::WEEK_DAY_NONE), Hex("00 00 00")},
         {&kTime, ToBus, Dpt(10, 1), TimeV(13, 0, 0, 3), Hex("0D 00 00")}, // two weekdays: no day
         // 19.001 sends the year's own low byte (2024: E8), which reads back as 2132.
         {&kDateTime, ToBus, Dpt(1, 1), DT(2024, 5, 6, 7, 8, 9), Hex("E8 05 06 07 08 09 20 00")},
         {&kDateTime, FromBus, Dpt(1, 1), DT(2132, 5, 6, 7, 8, 9), Hex("E8 05 06 07 08 09 20 00")},
         {&kDateTime, FromBus, Dpt(19, 1), DT(2017, 11, 28, 23, 7, 24), Hex("75 0B 1C 17 07 18 24 00")},
         {&kDateTime, FromBus, Dpt(19, 1), DT(2017, 11, 28, 23, 7, 24), Hex("75 0B 1C F7 07 18 FF FF")},
-        {&kDateTime, FromBus, Dpt(19, 1), DT(1900, 1, 1), Hex("00 01 01 00 00 00 24 00")},
         {&kNumber, Both, Dpt(17, 1), B(63), Hex("3F")},
         {&kNumber, ToBus, Dpt(5, 1), B(12), Hex("0C")},    // the byte type alone suffices
         {&kControl, Both, Dpt(18, 1), B(0x80), Hex("80")}, // learn scene 0
-        {&kControl, Both, Dpt(18, 1), B(0xBF), Hex("BF")},
-        {&kInfo, Both, Dpt(26, 1), B(0x40), Hex("40")}, // scene 0 inactive
+        {&kInfo, Both, Dpt(26, 1), B(0x40), Hex("40")},    // scene 0 inactive
     };
     return v;
 }
