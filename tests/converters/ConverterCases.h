@@ -20,9 +20,7 @@
 
 namespace LumTest
 {
-using Lum::FloatRange;
-using Lum::IntegerRange;
-using Lum::LongIntegerRange;
+using namespace Lum;
 using Bytes = std::vector<unsigned char>;
 
 inline const auto Dpt = [](int main, int sub, int bits = 0) {
@@ -38,11 +36,7 @@ inline Bytes Hex(const std::string& text)
     return out;
 }
 // A text's bytes padded with zeros, as a 14-byte string.
-inline const auto Padded = [](std::string text)
-{
-    text.resize(14, '\0');
-    return Bytes(text.begin(), text.end());
-};
+inline const auto Padded = [](std::string t) { return t.resize(14, '\0'), Bytes(t.begin(), t.end()); };
 inline KnxStack::GroupValue Group(const Bytes& b, unsigned bits = 0)
 {
     return KnxStack::GroupValue(KnxStack::BinaryData(b.data(), b.size()),
@@ -56,10 +50,9 @@ inline const auto B = [](std::uint8_t v) { return ORUVALUE::FromByte(v); };
 inline const auto I = [](std::int32_t v) { return ORUVALUE::FromInteger(v); };
 inline const auto W = [](std::uint16_t v) { return ORUVALUE::FromWord(v); };
 inline const auto D = [](std::uint32_t v) { return ORUVALUE::FromDWord(v); };
-// A value of exactly this type code over a number payload.
-inline const auto Typed = [](int type, std::uint32_t n)
+// The payload under another type code.
+inline const auto Typed = [](int type, ORUVALUE v)
 {
-    ORUVALUE v = D(n);
     v.ivt = OruValueType(type);
     return v;
 };
@@ -83,45 +76,39 @@ inline ORUVALUE TimeV(int h, int mi, int s, int weekMask)
     return v;
 }
 
-inline bool Convert(const Lum::KnxConverter& c, bool to, const KNXDPT& dpt, ORUVALUE& v,
-                    KnxStack::GroupValue& g)
-{
-    return to ? c.ToKnxValue(dpt, v, g) : c.FromKnxValue(dpt, g, v);
-}
-
-inline const Lum::KnxConverter1Bit k1Bit;
-inline const Lum::KnxConverter2Bit k2Bit;
-inline const Lum::KnxConverter4Bit k4Bit(Lum::FloatIntegerRange(-100.0, 100.0, 0, 15));
-inline const Lum::KnxConverterByte8BitUnsigned kByte(IntegerRange(0, 255, 0, 255));
-inline const Lum::KnxConverterByte8BitUnsigned kPercent(IntegerRange(0, 254, 0, 254));
-inline const Lum::KnxConverterInteger8BitSigned kSigned8(IntegerRange(-128, 127, -128, 127));
-inline const Lum::KnxConverterStatus8Bit kStatus(IntegerRange(0, 255, 0, 255));
-inline const Lum::KnxConverterInteger16BitUnsigned kU16(IntegerRange(0, 65535, 0, 65535));
-inline const Lum::KnxConverterInteger16BitSigned kS16(IntegerRange(-32768, 32767, -32768, 32767));
-inline const Lum::KnxConverterInteger24BitUnsigned kU24(LongIntegerRange(0, 16777215, 0, 16777215));
-inline const Lum::KnxConverterInteger32BitUnsigned kU32(LongIntegerRange(0, 4294967295LL, 0, 4294967295LL));
-inline const Lum::KnxConverterInteger32BitUnsigned kU32Small(LongIntegerRange(0, 1000, 0, 1000));
-inline const Lum::KnxConverterInteger32BitSigned kS32(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN,
-                                                                   INT32_MAX));
-inline const Lum::KnxConverterInteger32BitSigned kS32Scaled(IntegerRange(0, 100, 0, 1000));
-inline const Lum::KnxConverterFloat16BitFloat kF16(FloatRange(-671088.64, 670760.96, -671088.64, 670760.96));
-inline const Lum::KnxConverterFloat16BitFloat kTemp(FloatRange(-273.0, 670760.0, -273.0, 670760.0));
-inline const Lum::KnxConverterFloat32BitFloat kF32(FloatRange(-3.4e38, 3.4e38, -3.4e38, 3.4e38));
-inline const Lum::KnxConverter8BitString kAscii(IntegerRange(0, 127, 0, 127));
-inline const Lum::KnxConverter8BitString kLatin1(IntegerRange(0, 255, 0, 255));
-inline const Lum::KnxConverter14ByteString kText(IntegerRange(0, 127, 0, 127));
-inline const Lum::KnxConverter14ByteString kTextLatin1(IntegerRange(0, 255, 0, 255));
-inline const Lum::KnxConverter14ByteString kPrintable(IntegerRange(32, 126, 32, 126));
-inline const Lum::KnxConverterDate kDate;
-inline const Lum::KnxConverterTimeOfDay kTime;
-inline const Lum::KnxConverterDateTime kDateTime;
-inline const Lum::KnxConverterSceneNumber kNumber(IntegerRange(0, 63, 0, 63));
-inline const Lum::KnxConverterSceneControl kControl(IntegerRange(0, 63, 0, 63));
-inline const Lum::KnxConverterSceneInfo kInfo(IntegerRange(-64, 64, 0, 255));
+inline const KnxConverterDefault kDefault;
+inline const KnxConverter1Bit k1Bit;
+inline const KnxConverter2Bit k2Bit;
+inline const KnxConverter4Bit k4Bit(Lum::FloatIntegerRange(-100.0, 100.0, 0, 15));
+inline const KnxConverterByte8BitUnsigned kByte(IntegerRange(0, 255, 0, 255));
+inline const KnxConverterByte8BitUnsigned kPercent(IntegerRange(0, 254, 0, 254));
+inline const KnxConverterInteger8BitSigned kSigned8(IntegerRange(-128, 127, -128, 127));
+inline const KnxConverterStatus8Bit kStatus(IntegerRange(0, 255, 0, 255));
+inline const KnxConverterInteger16BitUnsigned kU16(IntegerRange(0, 65535, 0, 65535));
+inline const KnxConverterInteger16BitSigned kS16(IntegerRange(-32768, 32767, -32768, 32767));
+inline const KnxConverterInteger24BitUnsigned kU24(LongIntegerRange(0, 16777215, 0, 16777215));
+inline const KnxConverterInteger32BitUnsigned kU32(LongIntegerRange(0, 4294967295LL, 0, 4294967295LL));
+inline const KnxConverterInteger32BitUnsigned kU32Small(LongIntegerRange(0, 1000, 0, 1000));
+inline const KnxConverterInteger32BitSigned kS32(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX));
+inline const KnxConverterInteger32BitSigned kS32Scaled(IntegerRange(0, 100, 0, 1000));
+inline const KnxConverterFloat16BitFloat kF16(FloatRange(-671088.64, 670760.96, -671088.64, 670760.96));
+inline const KnxConverterFloat16BitFloat kTemp(FloatRange(-273.0, 670760.0, -273.0, 670760.0));
+inline const KnxConverterFloat32BitFloat kF32(FloatRange(-3.4e38, 3.4e38, -3.4e38, 3.4e38));
+inline const KnxConverter8BitString kAscii(IntegerRange(0, 127, 0, 127));
+inline const KnxConverter8BitString kLatin1(IntegerRange(0, 255, 0, 255));
+inline const KnxConverter14ByteString kText(IntegerRange(0, 127, 0, 127));
+inline const KnxConverter14ByteString kTextLatin1(IntegerRange(0, 255, 0, 255));
+inline const KnxConverter14ByteString kPrintable(IntegerRange(32, 126, 32, 126));
+inline const KnxConverterDate kDate;
+inline const KnxConverterTimeOfDay kTime;
+inline const KnxConverterDateTime kDateTime;
+inline const KnxConverterSceneNumber kNumber(IntegerRange(0, 63, 0, 63));
+inline const KnxConverterSceneControl kControl(IntegerRange(0, 63, 0, 63));
+inline const KnxConverterSceneInfo kInfo(IntegerRange(-64, 64, 0, 255));
 
 // Reading with these writes only the payload; the value type stays the caller's.
-inline const std::set<const Lum::KnxConverter*> kKeepsType = {&k1Bit,    &k4Bit, &kU24,     &kF16,
-                                                              &kControl, &kInfo, &kDateTime};
+inline const std::set<const KnxConverter*> kKeepsType = {&k1Bit,    &k4Bit, &kU24,     &kF16,
+                                                         &kControl, &kInfo, &kDateTime};
 
 enum Way
 {
@@ -131,7 +118,7 @@ enum Way
 };
 struct Vector
 {
-    const Lum::KnxConverter* conv;
+    const KnxConverter* conv;
     Way way;
     KNXDPT dpt; // a bit size, where given, is the group value's
     ORUVALUE value;
@@ -142,6 +129,13 @@ struct Vector
 inline const std::vector<Vector>& Vectors()
 {
     static const std::vector<Vector> v = {
+        {&kDefault, ToBus, Dpt(1, 1, 1), ORUVALUE::FromBool(true), Hex("01")},
+        {&kDefault, ToBus, Dpt(2, 1, 2), ORUVALUE::FromBool(true), Hex("01")},
+        {&kDefault, ToBus, Dpt(232, 600, 32), D(0x12345678u), Hex("12 34 56 78")},
+        {&kDefault, ToBus, Dpt(250, 1, 8), B(0xA5), Hex("A5")},
+        {&kDefault, ToBus, Dpt(5, 1), Typed(ivtPercentage, F(80.0)),
+         Hex("50")}, // one byte, whatever the size
+        {&kDefault, ToBus, Dpt(5, 1), Typed(ivtDimming, F(80.0)), Hex("50")},
         {&k1Bit, Both, Dpt(1, 1, 1), ORUVALUE::FromBool(true), Hex("01")},
         {&k2Bit, Both, Dpt(2, 1, 2), B(3), Hex("03")},
         {&k2Bit, ToBus, Dpt(2, 1, 2), B(7), Hex("03")}, // handed to the stack unmasked
@@ -155,14 +149,14 @@ inline const std::vector<Vector>& Vectors()
         {&kSigned8, FromBus, Dpt(1, 1), I(-1), Hex("FF")},  // nothing checked
         {&kStatus, Both, Dpt(6, 20), B(0x6A), Hex("6A")},
         {&kStatus, ToBus, Dpt(9, 1), B(0x02), Hex("02")}, // main 6, sub 20 or a byte suffices
-        {&kStatus, ToBus, Dpt(99, 20), Typed(ivtWord, 0x01), Hex("01")},
+        {&kStatus, ToBus, Dpt(99, 20), Typed(ivtWord, D(0x01)), Hex("01")},
         {&kU16, Both, Dpt(7, 1), W(65535), Hex("FF FF")},
         {&kU16, ToBus, Dpt(9, 1), W(0xABCD), Hex("AB CD")}, // main or type suffices
         {&kU16, ToBus, Dpt(7, 1), B(0x12), Hex("00 12")},
         {&kS16, Both, Dpt(8, 1), I(-32768), Hex("80 00")},
         {&kS16, ToBus, Dpt(8, 1), I(0x18000), Hex("80 00")}, // no range test
         {&kU24, Both, Dpt(232, 600), D(0xFF0000u), Hex("FF 00 00")},
-        {&kU24, ToBus, Dpt(1, 1), Typed(ivtWord, 0xAB123456u), Hex("12 34 56")}, // top byte dropped
+        {&kU24, ToBus, Dpt(1, 1), Typed(ivtWord, D(0xAB123456u)), Hex("12 34 56")}, // top byte dropped
         {&kU32, Both, Dpt(12, 1), D(19088743), Hex("01 23 45 67")},
         {&kU32, Both, Dpt(99, 1), D(4294967295u), Hex("FF FF FF FF")}, // DPT not checked
         {&kS32, Both, Dpt(13, 10), I(INT32_MIN), Hex("80 00 00 00")},
@@ -177,13 +171,13 @@ inline const std::vector<Vector>& Vectors()
         {&kF16, FromBus, Dpt(9, 1), F(736.0), Hex("34 7E")},
         {&kF16, FromBus, Dpt(9, 1), F(-20.48), Hex("80 00")}, // not normalised
         {&kF16, FromBus, Dpt(9, 1), F(-20.48), Hex("8C 00")},
-        {&kTemp, ToBus, Dpt(9, 1), Typed(ivtUnset, 0), Hex("7F FF")}, // empty: the invalid marker
-        {&kF16, ToBus, Dpt(5, 1), F(5.0), Hex("01 F4")},              // a float anywhere, any type on 9.x
-        {&kF16, ToBus, Dpt(9, 1), Typed(777, 0), Hex("00 00")},       // a type without a text form
+        {&kTemp, ToBus, Dpt(9, 1), Typed(ivtUnset, D(0)), Hex("7F FF")}, // empty: the invalid marker
+        {&kF16, ToBus, Dpt(5, 1), F(5.0), Hex("01 F4")},                 // a float anywhere, any type on 9.x
+        {&kF16, ToBus, Dpt(9, 1), Typed(777, D(0)), Hex("00 00")},       // a type without a text form
         {&kF32, Both, Dpt(14, 68), F(397.0), Hex("43 C6 80 00")},
-        {&kF32, ToBus, Dpt(14, 1), Typed(ivtUnset, 0), Hex("7F C0 00 00")}, // quiet NaN
-        {&kF32, ToBus, Dpt(14, 1), F(0.1), Hex("3D CC CC CD")},             // rounded to nearest
-        {&kF32, ToBus, Dpt(14, 1), F(1e39), Hex("7F 80 00 00")},            // beyond the range: no test
+        {&kF32, ToBus, Dpt(14, 1), Typed(ivtUnset, D(0)), Hex("7F C0 00 00")}, // quiet NaN
+        {&kF32, ToBus, Dpt(14, 1), F(0.1), Hex("3D CC CC CD")},                // rounded to nearest
+        {&kF32, ToBus, Dpt(14, 1), F(1e39), Hex("7F 80 00 00")},               // beyond the range: no test
         {&kAscii, Both, Dpt(4, 1), S("A"), Hex("41")},
         {&kAscii, Both, Dpt(4, 1), S(std::string(1, '\0')), Hex("00")},
         {&kAscii, ToBus, Dpt(4, 1), S(""), Hex("00")},
@@ -191,9 +185,7 @@ inline const std::vector<Vector>& Vectors()
         {&kLatin1, Both, Dpt(4, 2), S("\xC3\xA9"), Hex("E9")},
         {&kText, Both, Dpt(16, 0), S("KNX is OK"), Hex("4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00")},
         {&kText, Both, Dpt(16, 0), S(""), Padded("")},
-        {&kTextLatin1, Both, Dpt(16, 1),
-         S("G\xC3\xA4nsef\xC3\xBC\xC3\x9F"
-           "chen"),
+        {&kTextLatin1, Both, Dpt(16, 1), S("G\303\244nsef\303\274\303\237chen"),
          Hex("47 E4 6E 73 65 66 FC DF 63 68 65 6E 00 00")},
         {&kPrintable, ToBus, Dpt(16, 0), S("a\tb"), Padded("a_b")}, // silently
         {&kText, ToBus, Dpt(4, 1), S("x"), Padded("x")},            // main or type suffices

@@ -14,10 +14,7 @@
 #include <ctime>
 #include <regex>
 
-namespace
-{
-std::atomic<bool> g_frozen{false};
-} // namespace
+static std::atomic<bool> g_frozen{false};
 
 extern "C" int clock_gettime(clockid_t clock, struct timespec* ts)
 {
