@@ -78,6 +78,7 @@ TEST(ObjModelId, PredicatesAndInversesAtTheBoundaries)
     }
 }
 
+// Boundaries here; every number in range is built by its formula in the loops below.
 TEST(ObjModelId, Builders)
 {
     const auto Ip = ParameterType::Ip, Number = ParameterType::Number, Text = ParameterType::Text;
@@ -92,36 +93,19 @@ TEST(ObjModelId, Builders)
         {Id(GetAppHostAppControlStateObjModelId(ld1)), "100021"},
         {Id(GetAppHostAppControlEventObjModelId(ld1)), "100022"},
         {Id(GetAppHostAppControlAliveObjModelId(ld1)), "100023"},
-        {Id(GetAppHostAppControlAppDebugObjModelId(ld1)), "100024"},
-        {Id(GetAppHostAppControlChannelObjModelId(ld2)), "200020"},
         {Id(GetAppHostAppControlAppDebugObjModelId(ld2)), "200024"},
         {Id(GetMaxParametersOfType(Ip)), "100"}, {Id(GetMaxParametersOfType(Number)), "64"},
         {Id(GetMaxParametersOfType(Text)), "500"}, {Id(GetMaxParametersOfType(Other(3))), "0"},
         {Id(GetMaxParametersOfType(Other(0xFFFFFFFFu))), "0"},
         // n = 0 is built although IsParameterChannel rejects it; an unknown type has maximum 0.
         {Show(GetParameterChannelObjModelId(0, ld1, Ip)), "160000"},
-        {Show(GetParameterChannelObjModelId(1, ld1, Ip)), "160002"},
-        {Show(GetParameterValueObjModelId(100, ld1, Ip)), "160201"},
-        {Show(GetParameterChannelObjModelId(101, ld1, Ip)), "none"},
-        {Show(GetIpParameterValueObjModelId(100, ld2)), "260201"},
-        {Show(GetIpParameterValueObjModelId(101, ld2)), "none"},
-        {Show(GetParameterChannelObjModelId(0, ld1, Number)), "170000"},
-        {Show(GetNumberParameterValueObjModelId(64, ld2)), "270129"},
-        {Show(GetNumberParameterValueObjModelId(65, ld2)), "none"},
-        {Show(GetParameterValueObjModelId(65, ld2, Number)), "none"},
-        {Show(GetTextParameterValueObjModelId(300, ld1)), "180601"},
-        {Show(GetTextParameterValueObjModelId(500, ld1)), "181001"},
-        {Show(GetTextParameterValueObjModelId(501, ld1)), "none"},
-        {Show(GetParameterChannelObjModelId(65535, ld2, Text)), "none"},
+        {Show(GetParameterValueObjModelId(0, ld2, Number)), "270001"},
         {Show(GetParameterChannelObjModelId(0, ld1, Other(3))), "190000"},
         {Show(GetParameterValueObjModelId(1, ld1, Other(3))), "none"},
         // 10000 * 429497 = 2^32 + 2704: the product wraps at 32 bits.
         {Show(GetParameterChannelObjModelId(0, ld1, Other(429497))), "162704"},
+        {Show(GetParameterChannelObjModelId(65535, ld2, Text)), "none"},
         {Show(GetCoChannelObjModelId(0, ld1)), "100098"}, {Show(GetCoValueObjModelId(0, ld1)), "none"},
-        {Show(GetCoChannelObjModelId(1, ld1)), "100100"}, {Show(GetCoValueObjModelId(1, ld1)), "100101"},
-        {Show(GetCoChannelObjModelId(4095, ld2)), "208288"},
-        {Show(GetCoValueObjModelId(4095, ld2)), "208289"},
-        {Show(GetCoChannelObjModelId(4096, ld1)), "none"}, {Show(GetCoValueObjModelId(4096, ld1)), "none"},
         {Show(GetCoValueObjModelId(65535, ld2)), "none"}};
     // clang-format on
     for (const auto& row : rows)
@@ -130,13 +114,20 @@ TEST(ObjModelId, Builders)
 
 TEST(ObjModelId, InversesOverTheWholeDomains)
 {
+    using Typed = boost::optional<unsigned long> (*)(unsigned short, LogicalDeviceId);
+    const Typed typed[] = {GetIpParameterValueObjModelId, GetNumberParameterValueObjModelId,
+                           GetTextParameterValueObjModelId};
     for (const LogicalDeviceId ld : {ld1, ld2})
     {
-        for (unsigned n = 1; n <= 4095; ++n)
+        const unsigned long base = 100000ul * static_cast<unsigned long>(ld.Get());
+        for (unsigned n = 1; n <= 4096; ++n)
         {
             const auto channel = GetCoChannelObjModelId(static_cast<unsigned short>(n), ld);
             const auto value = GetCoValueObjModelId(static_cast<unsigned short>(n), ld);
-            ASSERT_TRUE(channel && value && *value == *channel + 1) << n;
+            ASSERT_EQ(Show(channel), n == 4096 ? "none" : std::to_string(base + 98 + 2 * n));
+            ASSERT_EQ(Show(value), n == 4096 ? "none" : std::to_string(base + 99 + 2 * n));
+            if (n == 4096)
+                break;
             ASSERT_TRUE(IsCoChannel(*channel) && !IsCoValue(*channel) && IsCoValue(*value) &&
                         !IsCoChannel(*value));
             ASSERT_EQ(Show(GetCoNumberFromObjModelId(*channel, ld)), "none") << n;
@@ -145,27 +136,30 @@ TEST(ObjModelId, InversesOverTheWholeDomains)
         }
         for (const ParameterType type : {ParameterType::Ip, ParameterType::Number, ParameterType::Text})
         {
+            const auto t = static_cast<unsigned>(type);
             const unsigned max = static_cast<unsigned>(GetMaxParametersOfType(type));
-            for (unsigned n = 1; n <= max; ++n)
+            for (unsigned n = 1; n <= max + 1; ++n)
             {
                 const auto channel = GetParameterChannelObjModelId(static_cast<unsigned short>(n), ld, type);
                 const auto value = GetParameterValueObjModelId(static_cast<unsigned short>(n), ld, type);
-                ASSERT_TRUE(channel && value && *value == *channel + 1) << n;
-                ASSERT_EQ(Show(GetParameterValueObjModelId(*channel)), Show(value)) << n;
-                ASSERT_EQ(Show(GetLogicalDeviceIdFromObject(*channel)), std::to_string(ld.Get())) << n;
-                for (const unsigned long id : {*channel, *value})
+                const unsigned long id = base + 60000 + 10000 * t + 2 * n;
+                ASSERT_EQ(Show(channel), n > max ? "none" : std::to_string(id));
+                ASSERT_EQ(Show(value), n > max ? "none" : std::to_string(id + 1));
+                ASSERT_EQ(Show(typed[t](static_cast<unsigned short>(n), ld)), Show(value));
+                // One past the maximum is not recognised either.
+                ASSERT_EQ(IsParameterChannel(id) || IsParameterChannel(id + 1), n <= max) << id;
+                if (n > max)
+                    break;
+                ASSERT_EQ(Show(GetParameterValueObjModelId(id)), Show(value)) << n;
+                ASSERT_EQ(Show(GetLogicalDeviceIdFromObject(id)), std::to_string(ld.Get())) << n;
+                for (const unsigned long each : {id, id + 1})
                 {
-                    ASSERT_TRUE(IsParameterChannel(id) && !IsCoChannel(id) && !IsCoValue(id)) << id;
-                    ASSERT_EQ(Show(GetParameterTypeFromObjModelId(id, ld)), Show(boost::make_optional(type)))
-                        << id;
-                    ASSERT_EQ(Show(GetParameterNumberFromObjModelId(id, ld)), std::to_string(n % 256)) << id;
+                    ASSERT_TRUE(IsParameterChannel(each) && !IsCoChannel(each) && !IsCoValue(each)) << each;
+                    ASSERT_EQ(Show(GetParameterTypeFromObjModelId(each, ld)), std::to_string(t)) << each;
+                    ASSERT_EQ(Show(GetParameterNumberFromObjModelId(each, ld)), std::to_string(n % 256))
+                        << each;
                 }
             }
-            // One past the maximum: refused by the builder, and not recognised either.
-            ASSERT_FALSE(GetParameterChannelObjModelId(static_cast<unsigned short>(max + 1), ld, type));
-            const unsigned long past = 100000ul * static_cast<unsigned long>(ld.Get()) + 60000 +
-                                       10000 * static_cast<unsigned>(type) + 2 * (max + 1);
-            ASSERT_FALSE(IsParameterChannel(past) || IsParameterChannel(past + 1)) << past;
         }
     }
 }
