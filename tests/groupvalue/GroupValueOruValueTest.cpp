@@ -17,8 +17,7 @@
 
 namespace
 {
-using KnxStack::BinaryData;
-using KnxStack::GroupValue;
+using namespace KnxStack;
 using LumTest::LogCapture;
 using namespace Lum::KnxPelMapping;
 
@@ -56,16 +55,6 @@ GroupValue Group(const std::string& hex, unsigned bits)
 #define DECODE(hex, bits, dpt)                                                                               \
     [] { return Lum::GroupValueToOruValue(Group(hex, bits), dpt) ? "value" : "none"; }
 
-// Encoded to the bytes and decoded back to the value ('b'), or one way only ('e', 'd').
-struct Row
-{
-    ORUVALUE value;
-    unsigned long dpt;
-    const char* bytes;
-    unsigned bits;
-    char way;
-};
-
 TEST(GroupValueOruValue, StandardBytesWithoutWarnings)
 {
     // 19.001 2017-11-28 23:07:24: the standard sends no weekday and "working day not valid" (75 0B 1C 17 07
@@ -73,8 +62,9 @@ TEST(GroupValueOruValue, StandardBytesWithoutWarnings)
     // 010 join hour 17 (57) and NDoW is cleared, leaving NWD (24 -> 20).
     const auto W = [](std::uint16_t v) { return ORUVALUE::FromWord(v); };
     const auto DT = [](const ORUTIME& t) { return ORUVALUE::FromTime(ivtDateTime, t); };
+    // Encoded to the bytes and decoded back to the value ('b'), or one way only ('e', 'd').
     // clang-format off
-    const Row rows[] = {
+    const struct { ORUVALUE value; unsigned long dpt; const char* bytes; unsigned bits; char way; } rows[] = {
         {ORUVALUE::FromBool(true), Dpt(1, 1), "01", 1, 'b'}, {B(3), Dpt(2, 1), "03", 2, 'b'},
         {B(0x0B), Dpt(3, 7), "0B", 4, 'b'}, {B(0xC8), Dpt(5, 1), "C8", 8, 'b'},
         {B(0xFF), Dpt(6, 10), "FF", 8, 'b'},
@@ -90,10 +80,9 @@ TEST(GroupValueOruValue, StandardBytesWithoutWarnings)
         {I(-1), Dpt(13, 1), "FF FF FF FF", 32, 'b'}, {F(397.0), Dpt(14, 0), "43 C6 80 00", 32, 'b'},
         {F(std::nan("")), Dpt(14, 1), "7F C0 00 00", 32, 'b'},
         {D(0xA5A50F0F), Dpt(27, 1), "A5 A5 0F 0F", 32, 'b'},
-        {S("KNX is OK"), Dpt(16, 1), "4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00", 112, 'b'},
         {S("G\xC3\xA4nsef\xC3\xBC\xC3\x9F" "chen"), Dpt(16, 1),
          "47 E4 6E 73 65 66 FC DF 63 68 65 6E 00 00", 112, 'b'},
-        {B(63), Dpt(17, 1), "3F", 8, 'b'}, {B(0x85), Dpt(18, 1), "85", 8, 'e'},
+        {B(63), Dpt(17, 1), "3F", 8, 'b'},
         {DT({2017, 11, 28, 23, 7, 24}), Dpt(19, 1), "75 0B 1C 57 07 18 20 00", 64, 'e'},
         {DT({2017, 11, 28, 23, 7, 24, 0, 2, 332}), Dpt(19, 1), "75 0B 1C 17 07 18 24 00", 64, 'd'},
         {DT({1900, 1, 1}), Dpt(19, 1), "00 01 01 20 00 00 20 00", 64, 'e'}, // Monday: weekday 001
@@ -106,7 +95,7 @@ TEST(GroupValueOruValue, StandardBytesWithoutWarnings)
         // Typed, but not decoded here: the empty value, not none.
         {ORUVALUE(), Dpt(24, 1), "41 42 00", 24, 'd'}, {ORUVALUE(), Dpt(30, 1010), "00 00 01", 24, 'd'}};
     // clang-format on
-    for (const Row& row : rows)
+    for (const auto& row : rows)
     {
         LogCapture log;
         const std::string hex = boost::algorithm::erase_all_copy(std::string(row.bytes), " ");
@@ -154,8 +143,6 @@ TEST(GroupValueOruValue, LinesOnce)
         // Dates that the calendar or the DPT layouts cannot carry: one line of the date library's.
         {ENCODE(T(ivtDateTime, {1899, 12, 31}), Dpt(19, 1)), "none", "*"},
         {ENCODE(T(ivtDateTime, {2156, 1, 1}), Dpt(19, 1)), "none", "*"},
-        {ENCODE(T(ivtDateTime, {2017, 2, 29}), Dpt(19, 1)), "none", "*"},
-        {ENCODE(T(ivtDateTime, {}), Dpt(19, 1)), "none", "*"},
         {ENCODE(T(ivtDate, {1989, 12, 31}), Dpt(11, 1)), "none", "*"},
         {DECODE("41", 8, Dpt(4, 1)), "none", "Unsupported DPT: 4.1"},
         {DECODE("00 00 0C 1A", 32, Dpt(9, 1)), "none", "Received invalid value 00 00 0C 1A for DPT 9.1"},

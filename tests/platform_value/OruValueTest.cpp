@@ -129,8 +129,8 @@ TEST(OruValueSerialize, ReaderAcceptsNanSpellingsAnyRevisionAndNumericBool)
     // clang-format off
     const std::pair<const char*, ORUVALUE> cases[] = {
         {"3.7:nan", F(qnan)}, {"3:nan", F(qnan)}, {"3.12:nan", F(qnan)}, {"3:-nan", F(qnan)},
-        {"3:inf", F(inf)}, {"3.7:-inf", F(-inf)}, {"3:infinity", F(inf)}, {"3:1e5", F(1e5)}, {"3:-0.5", F(-0.5)},
-        {"2:1", ORUVALUE::FromBool(true)}, {"2.0:0", ORUVALUE::FromBool(false)},
+        {"3:inf", F(inf)}, {"3.7:-inf", F(-inf)}, {"3:infinity", F(inf)}, {"3:1e5", F(1e5)},
+        {"3:-0.5", F(-0.5)}, {"2:1", ORUVALUE::FromBool(true)}, {"2.0:0", ORUVALUE::FromBool(false)},
         {"6.123:255", ORUVALUE::FromByte(255)}, {"4:-2147483648", I(INT32_MIN)},
         {"8:007", ORUVALUE::FromDWord(7)}, {"10:\xFF\xFE", S("\xFF\xFE")}};
     // clang-format on
