@@ -414,6 +414,22 @@ OptValue Decode(const KnxStack::GroupValue& gv, unsigned main, OruValueType expe
     }
 }
 
+// Filling the map costs far more than a conversion, and the table behind it
+// never changes: one converter, read-only after Init(), serves every call and
+// thread. Never destroyed, so that conversions during exit still work.
+const KnxValueConverter* SharedConverter()
+{
+    static const KnxValueConverter* const converter = []
+    {
+        auto* fresh = new KnxValueConverter;
+        if (fresh->Init())
+            return fresh;
+        delete fresh;
+        return static_cast<KnxValueConverter*>(nullptr);
+    }();
+    return converter;
+}
+
 } // namespace
 
 boost::optional<KnxStack::GroupValue> OruValueToGroupValue(const ORUVALUE& value, unsigned long dpt)
@@ -444,8 +460,8 @@ bool CheckGroupValue(const KnxStack::GroupValue& groupValue, unsigned long dpt)
     knxDpt.subNumber = static_cast<std::uint16_t>(parts.sub);
     const unsigned bitSize = groupValue.GetDefinedSize();
 
-    KnxValueConverter converter;
-    if (!converter.Init())
+    const KnxValueConverter* converter = SharedConverter();
+    if (converter == nullptr)
     {
         LUM_LOG_FATAL("Could not Init() the value converter");
         return false;
@@ -454,7 +470,7 @@ bool CheckGroupValue(const KnxStack::GroupValue& groupValue, unsigned long dpt)
     ORUVALUE decoded;
     try
     {
-        return converter.FromKnxValue(knxDpt, groupValue, decoded);
+        return converter->FromKnxValue(knxDpt, groupValue, decoded);
     }
     catch (const std::exception& e)
     {

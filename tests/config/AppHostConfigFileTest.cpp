@@ -62,6 +62,17 @@ TEST(LoadFile, ReturnsEveryByteUnchanged)
     EXPECT_EQ(std::string(loaded->begin(), loaded->end()), bytes);
 }
 
+TEST(LoadFile, FileThatReportsNoSizeIsReadToItsEnd)
+{
+    // Files of /proc report a size of 0 and still have content.
+    const auto loaded = Lum::LoadFile("/proc/self/status");
+    ASSERT_TRUE(loaded);
+    const std::string text(loaded->begin(), loaded->end());
+    EXPECT_EQ(text.rfind("Name:", 0), 0u) << text;
+    EXPECT_NE(text.find("\nPid:"), std::string::npos);
+    EXPECT_EQ(text.back(), '\n');
+}
+
 TEST(LoadFile, EmptyFileIsEmptyContent)
 {
     TempDir dir;
