@@ -299,7 +299,7 @@ TEST(DptValueMap, CopyAnswersFromItsOwnEntries)
     const Lum::KnxConverter* originalConverter = original->GetEntry(Dpt(9, 1)).converter.get();
     original.reset();
 
-    for (const DptValueMap* map : {&copy, &assigned})
+    for (const DptValueMap* map : {&copy, static_cast<const DptValueMap*>(&assigned)})
     {
         const DptValueEntry& exact = map->GetEntry(Dpt(9, 1));
         EXPECT_EQ(exact.ivt, ivtFloat);
