@@ -198,8 +198,14 @@ void ApplySwitch(const XmlNode& node, const char* name, std::atomic<bool>& targe
 
 void ApplyPath(const XmlNode& node, const char* name, boost::optional<std::string>& target)
 {
-    if (const auto* attribute = PresentAttribute(node, name))
-        target = std::string(attribute->value(), attribute->value_size());
+    const auto* attribute = PresentAttribute(node, name);
+    if (!attribute)
+        return;
+    // Reuses the string's storage when the element occurs again.
+    if (target)
+        target->assign(attribute->value(), attribute->value_size());
+    else
+        target.emplace(attribute->value(), attribute->value_size());
 }
 
 } // namespace

@@ -111,12 +111,61 @@ bool DptValueMap::Add(const KNXDPT& dpt, DptValueEntry&& entry)
 {
     // try_emplace leaves both the map and the entry alone when the DPT is
     // already there: the first registration wins and a duplicate is no error.
-    m_entries[dpt.mainNumber].try_emplace(dpt.subNumber, std::move(entry));
+    const auto added = m_entries[dpt.mainNumber].try_emplace(dpt.subNumber, std::move(entry));
+    if (added.second)
+        RememberExact(dpt, added.first->second);
     return true;
+}
+
+namespace
+{
+
+std::uint32_t PackedDpt(const KNXDPT& dpt)
+{
+    return static_cast<std::uint32_t>(dpt.mainNumber) << 16 | dpt.subNumber;
+}
+
+// Fibonacci hashing onto the slot count, a power of two.
+std::size_t FirstSlot(std::uint32_t key, std::size_t slots)
+{
+    return static_cast<std::size_t>((key * 2654435769u) >> 16) & (slots - 1);
+}
+
+} // namespace
+
+void DptValueMap::RememberExact(const KNXDPT& dpt, const DptValueEntry& entry)
+{
+    static_assert((kExactSlots & (kExactSlots - 1)) == 0, "a power of two");
+    // Half full at most, so probes stay short; beyond that the trees answer.
+    if (m_exactUsed >= kExactSlots / 2)
+        return;
+    const std::uint32_t key = PackedDpt(dpt);
+    for (std::size_t slot = FirstSlot(key, kExactSlots);; slot = (slot + 1) & (kExactSlots - 1))
+    {
+        if (m_exact[slot].entry == nullptr)
+        {
+            m_exact[slot] = ExactSlot{key, &entry};
+            ++m_exactUsed;
+            return;
+        }
+    }
+}
+
+const DptValueEntry* DptValueMap::FindExact(const KNXDPT& dpt) const
+{
+    const std::uint32_t key = PackedDpt(dpt);
+    for (std::size_t slot = FirstSlot(key, kExactSlots);; slot = (slot + 1) & (kExactSlots - 1))
+    {
+        const ExactSlot& candidate = m_exact[slot];
+        if (candidate.entry == nullptr || candidate.key == key)
+            return candidate.entry;
+    }
 }
 
 const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const
 {
+    if (const DptValueEntry* exact = FindExact(dpt))
+        return *exact;
     const auto mainIt = m_entries.find(dpt.mainNumber);
     if (mainIt == m_entries.end())
     {
@@ -150,6 +199,8 @@ void DptValueMap::Clear()
         mainEntry.second.clear();
     }
     m_entries.clear();
+    m_exact.fill(ExactSlot{});
+    m_exactUsed = 0;
     // Nothing points into the arena any more.
     m_arena.release();
 }

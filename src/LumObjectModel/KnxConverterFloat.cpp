@@ -22,6 +22,16 @@ float QuietNaN()
     return f;
 }
 
+// The marker test reads the two bytes in place; too short a value still goes
+// through the stack's getter, for its exception.
+bool IsFloat16InvalidMarker(const KnxStack::GroupValue& group)
+{
+    const KnxStack::BinaryData& raw = group.GetRawData();
+    if (raw.GetSize() < 2)
+        return group.GetAsUnsigned16() == kFloat16InvalidPattern;
+    return (raw.GetData()[0] << 8 | raw.GetData()[1]) == kFloat16InvalidPattern;
+}
+
 // NaN fails both comparisons, so it is out of range.
 bool WithinInternal(const FloatRange& range, double d)
 {
@@ -60,7 +70,7 @@ bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack
                                                ORUVALUE& value) const
 {
     LUM_TRACE_FROM_KNX(dpt, group);
-    if (group.GetAsUnsigned16() == kFloat16InvalidPattern)
+    if (IsFloat16InvalidMarker(group))
     {
         value.ivt = ivtUnset;
         return true;

@@ -1,6 +1,8 @@
 #include <Lum/KnxValueConverter.h>
 #include <Platform/Logging.h>
 
+#include <boost/optional.hpp>
+
 #include <array>
 #include <initializer_list>
 #include <ostream>
@@ -396,7 +398,8 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
         const std::uint32_t expected = GetExpectedBitSize(dpt.mainNumber);
         const std::uint32_t actual = gv.GetDefinedSize();
         const KnxStack::GroupValue* source = &gv;
-        KnxStack::GroupValue substitute;
+        // Built only when needed: the common case reads the caller's value as it is.
+        boost::optional<KnxStack::GroupValue> substitute;
         bool mismatch = false;
         if (expected < 7)
         {
@@ -404,14 +407,11 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
             {
                 mismatch = true;
             }
-            else
+            else if (actual == 6)
             {
                 // Short values travel in six bits; re-read them at their own width.
-                substitute = KnxStack::GroupValue(gv.GetRawData(), expected);
-                if (actual == 6)
-                {
-                    source = &substitute;
-                }
+                substitute.emplace(gv.GetRawData(), expected);
+                source = &*substitute;
             }
         }
         else if (expected != actual)
@@ -422,7 +422,8 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
             }
             else if (actual == 6)
             {
-                source = &substitute; // still empty: a variable-length type gets no data here
+                substitute.emplace(); // empty: a variable-length type gets no data here
+                source = &*substitute;
             }
         }
         if (mismatch)

@@ -252,3 +252,71 @@ TEST(KnxValueConverterEntries, FailingConverterCopyPropagatesAndLeavesTheMapAlon
                  std::runtime_error);
     EXPECT_TRUE(converter.GetDptValueMap().Entries().empty());
 }
+
+// Lookups must answer from the map's own entries whatever happened to it
+// before: many registrations, copies whose source is gone, clearing and
+// registering again.
+TEST(DptValueMap, ManyEntriesAreAllFoundExactly)
+{
+    auto recorder = std::make_shared<Recorder>();
+    DptValueMap map;
+    // More than any fast path may hold, over mains above 255 and sub numbers that collide in low bits.
+    for (std::uint16_t main = 1; main <= 40; ++main)
+    {
+        for (std::uint16_t sub :
+             {std::uint16_t{0}, std::uint16_t{1}, std::uint16_t{257}, std::uint16_t{65535}})
+        {
+            const std::uint16_t m = main == 40 ? 65535 : main * 300;
+            map.Add(Dpt(m, sub, 8), Entry(m, sub, 8, ivtByte, ScriptedConverter(recorder)));
+        }
+    }
+    LumTest::LogCapture log;
+    for (std::uint16_t main = 1; main <= 40; ++main)
+    {
+        const std::uint16_t m = main == 40 ? 65535 : main * 300;
+        for (std::uint16_t sub :
+             {std::uint16_t{0}, std::uint16_t{1}, std::uint16_t{257}, std::uint16_t{65535}})
+        {
+            const DptValueEntry& entry = map.GetEntry(Dpt(m, sub));
+            EXPECT_EQ(entry.dpt.mainNumber, m);
+            EXPECT_EQ(entry.dpt.subNumber, sub);
+        }
+        EXPECT_EQ(map.GetEntry(Dpt(m, 2)).dpt.subNumber, 0); // main.x
+    }
+    EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST(DptValueMap, CopyAnswersFromItsOwnEntries)
+{
+    auto recorder = std::make_shared<Recorder>();
+    std::unique_ptr<DptValueMap> original = std::make_unique<DptValueMap>();
+    original->Add(Dpt(9, 1), Entry(9, 1, 16, ivtFloat, ScriptedConverter(recorder)));
+    original->Add(Dpt(5, 0), Entry(5, 0, 8, ivtByte, ScriptedConverter(recorder)));
+    const DptValueMap copy(*original);
+    DptValueMap assigned;
+    assigned.Add(Dpt(1, 1), Entry(1, 1, 1, ivtBool, ScriptedConverter(recorder)));
+    assigned = *original;
+    const Lum::KnxConverter* originalConverter = original->GetEntry(Dpt(9, 1)).converter.get();
+    original.reset();
+
+    for (const DptValueMap* map : {&copy, static_cast<const DptValueMap*>(&assigned)})
+    {
+        const DptValueEntry& exact = map->GetEntry(Dpt(9, 1));
+        EXPECT_EQ(exact.ivt, ivtFloat);
+        EXPECT_NE(exact.converter.get(), originalConverter);
+        EXPECT_EQ(map->GetEntry(Dpt(5, 1)).ivt, ivtByte);
+    }
+    LumTest::LogCapture log;
+    EXPECT_EQ(&assigned.GetEntry(Dpt(1, 1)), &Lum::GetEmptyDptValueEntry());
+    EXPECT_EQ(log.Texts(), std::vector<std::string>{"No Entry found for DPT = 1.1"});
+}
+
+TEST(DptValueMap, RegisteringAgainAfterClearYieldsTheNewEntries)
+{
+    auto recorder = std::make_shared<Recorder>();
+    DptValueMap map;
+    map.Add(Dpt(9, 1), Entry(9, 1, 16, ivtFloat, ScriptedConverter(recorder)));
+    map.Clear();
+    map.Add(Dpt(9, 1), Entry(9, 1, 16, ivtInteger, ScriptedConverter(recorder)));
+    EXPECT_EQ(map.GetEntry(Dpt(9, 1)).ivt, ivtInteger);
+}

@@ -5,6 +5,8 @@
 #include <Platform/KnxStack.h>
 #include <Platform/OruValue.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -58,6 +60,19 @@ private:
     // arena instead of one allocation each. Declared before the map it serves.
     std::pmr::monotonic_buffer_resource m_arena;
     MainMap m_entries;
+
+    // Exact main.sub hits without walking two trees: open addressing over the
+    // packed DPT, filled by Add. Misses (main.x, unknown DPTs) take the trees.
+    struct ExactSlot
+    {
+        std::uint32_t key = 0;
+        const DptValueEntry* entry = nullptr;
+    };
+    static constexpr std::size_t kExactSlots = 128;
+    void RememberExact(const KNXDPT& dpt, const DptValueEntry& entry);
+    const DptValueEntry* FindExact(const KNXDPT& dpt) const;
+    std::array<ExactSlot, kExactSlots> m_exact{};
+    std::size_t m_exactUsed = 0;
 };
 
 // The shared entry that a lookup miss yields: DPT 0.0, value type 1.

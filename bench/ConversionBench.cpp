@@ -1,0 +1,200 @@
+// Value conversion as a controller does it all day: through the converter
+// facade for the common DPTs, directly with the group value's 16-bit float
+// accessors as the floor, through the packed-DPT functions, and the facade's
+// start-up cost.
+
+#include <Lum/GroupValueOruValue.h>
+#include <Lum/KnxValueConverter.h>
+#include <Lum/MeasureDuration.h>
+#include <Platform/KnxStack.h>
+#include <Platform/OruValue.h>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+constexpr unsigned long kPacked9001 = (9ul << 16) | 1ul;
+
+KNXDPT Dpt(std::uint16_t main, std::uint16_t sub)
+{
+    KNXDPT dpt;
+    dpt.mainNumber = main;
+    dpt.subNumber = sub;
+    return dpt;
+}
+
+KnxStack::GroupValue Group(const std::vector<unsigned char>& bytes, unsigned bits)
+{
+    return KnxStack::GroupValue(KnxStack::BinaryData(bytes.data(), bytes.size()), bits);
+}
+
+ORUVALUE DateTime2017()
+{
+    ORUTIME t;
+    t.SetDateTime(2017, 11, 28, 23, 7, 24, false);
+    return ORUVALUE::FromTime(ivtDateTime, t);
+}
+
+// One DPT with a value on either side of the conversion.
+struct Case
+{
+    const char* name;
+    KNXDPT dpt;
+    ORUVALUE value;
+    KnxStack::GroupValue group;
+};
+
+std::vector<Case> Cases()
+{
+    return {
+        {"1.001", Dpt(1, 1), ORUVALUE::FromBool(true), Group({0x01}, 1)},
+        {"5.001", Dpt(5, 1), ORUVALUE::FromByte(100), Group({0x64}, 8)},
+        {"9.001", Dpt(9, 1), ORUVALUE::FromFloat(21.5), Group({0x0C, 0x33}, 16)},
+        {"14.056", Dpt(14, 56), ORUVALUE::FromFloat(397.0), Group({0x43, 0xC6, 0x80, 0x00}, 32)},
+        {"16.001", Dpt(16, 1),
+         ORUVALUE::FromString("G\xC3\xA4nsef\xC3\xBC\xC3\x9F"
+                              "chen"),
+         Group({0x47, 0xE4, 0x6E, 0x73, 0x65, 0x66, 0xFC, 0xDF, 0x63, 0x68, 0x65, 0x6E, 0x00, 0x00}, 112)},
+        {"19.001", Dpt(19, 1), DateTime2017(), Group({0x75, 0x0B, 0x1C, 0x17, 0x07, 0x18, 0x24, 0x00}, 64)},
+    };
+}
+
+// Shared by every benchmark; the map is read-only after Init().
+const Lum::KnxValueConverter& Facade()
+{
+    static Lum::KnxValueConverter converter;
+    static const bool initialised = converter.Init();
+    static_cast<void>(initialised);
+    return converter;
+}
+
+void FacadeToKnx(benchmark::State& state, const Case& c)
+{
+    const Lum::KnxValueConverter& converter = Facade();
+    KnxStack::GroupValue gv;
+    for (auto _ : state)
+    {
+        KNXDPT dpt = c.dpt;
+        if (!converter.ToKnxValue(dpt, c.value, gv))
+        {
+            state.SkipWithError("conversion failed");
+            break;
+        }
+        benchmark::DoNotOptimize(gv);
+    }
+}
+
+void FacadeFromKnx(benchmark::State& state, const Case& c)
+{
+    const Lum::KnxValueConverter& converter = Facade();
+    ORUVALUE value;
+    for (auto _ : state)
+    {
+        KNXDPT dpt = c.dpt;
+        if (!converter.FromKnxValue(dpt, c.group, value))
+        {
+            state.SkipWithError("conversion failed");
+            break;
+        }
+        benchmark::DoNotOptimize(value);
+    }
+}
+
+void DirectSetAsFloat16(benchmark::State& state)
+{
+    KnxStack::GroupValue gv;
+    double celsius = 21.5;
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(celsius);
+        gv.SetAsFloat16(celsius);
+        benchmark::DoNotOptimize(gv);
+    }
+}
+BENCHMARK(DirectSetAsFloat16);
+
+void DirectGetAsFloat16(benchmark::State& state)
+{
+    const KnxStack::GroupValue gv = Group({0x0C, 0x33}, 16);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(gv.GetAsFloat16());
+}
+BENCHMARK(DirectGetAsFloat16);
+
+void GroupValueToOruValue9001(benchmark::State& state)
+{
+    const KnxStack::GroupValue gv = Group({0x0C, 0x33}, 16);
+    for (auto _ : state)
+    {
+        boost::optional<ORUVALUE> value = Lum::GroupValueToOruValue(gv, kPacked9001);
+        if (!value)
+        {
+            state.SkipWithError("conversion failed");
+            break;
+        }
+        benchmark::DoNotOptimize(value);
+    }
+}
+BENCHMARK(GroupValueToOruValue9001)->Name("GroupValueToOruValue/9.001");
+
+void OruValueToGroupValue9001(benchmark::State& state)
+{
+    const ORUVALUE value = ORUVALUE::FromFloat(21.5);
+    for (auto _ : state)
+    {
+        boost::optional<KnxStack::GroupValue> gv = Lum::OruValueToGroupValue(value, kPacked9001);
+        if (!gv)
+        {
+            state.SkipWithError("conversion failed");
+            break;
+        }
+        benchmark::DoNotOptimize(gv);
+    }
+}
+BENCHMARK(OruValueToGroupValue9001)->Name("OruValueToGroupValue/9.001");
+
+void KnxValueConverterInit(benchmark::State& state)
+{
+    for (auto _ : state)
+    {
+        Lum::KnxValueConverter converter;
+        if (!converter.Init())
+        {
+            state.SkipWithError("Init() failed");
+            break;
+        }
+        benchmark::DoNotOptimize(converter.GetDptValueMap().Entries().size());
+    }
+}
+BENCHMARK(KnxValueConverterInit);
+
+// The scope timer reads the process CPU times on entry and exit; below its
+// threshold it logs nothing.
+void MeasureDurationBelowThreshold(benchmark::State& state)
+{
+    for (auto _ : state)
+    {
+        const Lum::MeasureDuration timer("Decoding a KNX value took ",
+                                         boost::timer::nanosecond_type{100000000});
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(MeasureDurationBelowThreshold);
+
+const bool g_registered = []
+{
+    static const std::vector<Case> cases = Cases();
+    for (const Case& c : cases)
+    {
+        benchmark::RegisterBenchmark((std::string("FacadeToKnxValue/") + c.name).c_str(), FacadeToKnx, c);
+        benchmark::RegisterBenchmark((std::string("FacadeFromKnxValue/") + c.name).c_str(), FacadeFromKnx, c);
+    }
+    return true;
+}();
+
+} // namespace
