@@ -22,8 +22,8 @@ class SimError final : public Tarn::IDeviceStackClient::IError
 {
 public:
     SimError() = default;
-    explicit SimError(const SimulatedDeviceStack::ErrorSpec& spec)
-        : m_code(spec.code), m_text1(spec.text1), m_text2(spec.text2), m_message(spec.message)
+    explicit SimError(const SimulatedDeviceStack::ErrorAnswer& fault)
+        : m_code(fault.code), m_text1(fault.text1), m_text2(fault.text2), m_message(fault.message)
     {
     }
     int GetCode() const override { return m_code; }
@@ -334,7 +334,7 @@ std::string SimulatedDeviceStack::GetValueAsync(unsigned long id, bool /*flag*/)
     const auto found = m_impl->values.find(id);
     if (found != m_impl->values.end())
         return m_impl->IssueLocked(Kind::GetValue, id, found->second);
-    ErrorSpec unknown;
+    ErrorAnswer unknown;
     unknown.code = 2;
     unknown.text1 = "unknown object";
     unknown.text2 = std::to_string(id);

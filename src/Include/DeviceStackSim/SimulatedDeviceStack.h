@@ -28,7 +28,7 @@ public:
     using Milliseconds = boost::chrono::milliseconds;
 
     // The error an answer carries when it is made to fail.
-    struct ErrorSpec
+    struct ErrorAnswer
     {
         int code = 1;
         std::string text1 = "simulated failure";
@@ -48,7 +48,7 @@ public:
         // The answer comes after lateDelay instead of answerDelay.
         double lateProbability = 0.0;
         Milliseconds lateDelay{0};
-        ErrorSpec error;
+        ErrorAnswer error;
     };
 
     enum class Kind
