@@ -444,8 +444,8 @@ bool CheckGroupValue(const KnxStack::GroupValue& groupValue, unsigned long dpt)
     knxDpt.subNumber = static_cast<std::uint16_t>(parts.sub);
     const unsigned bitSize = groupValue.GetDefinedSize();
 
-    // A converter of its own for every check: callers rely on no state
-    // being shared between checks.
+    // Built afresh for every check; Init() is kept cheap because this runs
+    // once per received telegram.
     KnxValueConverter converter;
     if (!converter.Init())
     {

@@ -1,19 +1,16 @@
 #pragma once
 
-#include <Lum/KnxConverter.h>
+#include <LogCapture.h>
 #include <Platform/KnxStack.h>
 #include <Platform/OruValue.h>
 
-#include <atomic>
-#include <initializer_list>
-#include <memory>
-#include <mutex>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace FacadeTest
 {
+
+using Bytes = std::vector<unsigned char>;
 
 inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0)
 {
@@ -24,131 +21,35 @@ inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0)
     return dpt;
 }
 
-inline KnxStack::GroupValue Group(std::initializer_list<unsigned char> bytes, unsigned bits)
+inline std::string Show(const KNXDPT& d)
 {
-    const std::vector<unsigned char> data(bytes);
-    return KnxStack::GroupValue(KnxStack::BinaryData(data.data(), data.size()), bits);
+    return std::to_string(d.mainNumber) + "." + std::to_string(d.subNumber) + "/" + std::to_string(d.bitSize);
 }
 
-inline std::vector<unsigned char> RawBytes(const KnxStack::GroupValue& gv)
+inline KnxStack::GroupValue Group(const Bytes& bytes, unsigned bits)
 {
-    const KnxStack::BinaryData& raw = gv.GetRawData();
-    return std::vector<unsigned char>(raw.GetData(), raw.GetData() + raw.GetSize());
+    return KnxStack::GroupValue(KnxStack::BinaryData(bytes.data(), bytes.size()), bits);
 }
 
-// What a scripted converter was handed.
-struct Call
+// A value of one type, its payload written as a byte.
+inline ORUVALUE Typed(std::int32_t type, std::uint8_t byte = 0)
 {
-    KNXDPT dpt;
-    ORUVALUE value;
-    KnxStack::GroupValue group;
-};
+    ORUVALUE v;
+    v.SetByte(byte);
+    v.ivt = static_cast<OruValueType>(type);
+    return v;
+}
 
-struct Recorder
+// The captured lines; all but error lines start with their level ("20000 " for info).
+inline std::vector<std::string> Logged(const LumTest::LogCapture& log)
 {
-    std::mutex mutex;
-    std::vector<Call> toKnx;
-    std::vector<Call> fromKnx;
-};
-
-// Converter of the tests: records its calls, then does what it was told.
-class ScriptedConverter : public Lum::KnxConverter
-{
-public:
-    enum class Action
+    std::vector<std::string> lines;
+    for (const auto& l : log.Lines())
     {
-        Succeed,
-        Fail,
-        ThrowGroupValueException,
-        ThrowOther,
-    };
-
-    static constexpr unsigned char kWrittenByte = 0xA5;
-    static constexpr unsigned char kReadByte = 0x5A;
-
-    explicit ScriptedConverter(std::shared_ptr<Recorder> recorder, Action action = Action::Succeed)
-        : m_recorder(std::move(recorder)), m_action(action)
-    {
-        ++s_live;
+        lines.push_back((l.level == log4cplus::ERROR_LOG_LEVEL ? "" : std::to_string(l.level) + " ") +
+                        l.text);
     }
-    ScriptedConverter(const ScriptedConverter& other)
-        : Lum::KnxConverter(other), m_recorder(other.m_recorder), m_action(other.m_action)
-    {
-        ++s_live;
-    }
-    ~ScriptedConverter() override { --s_live; }
-
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override
-    {
-        {
-            std::lock_guard<std::mutex> lock(m_recorder->mutex);
-            m_recorder->toKnx.push_back(Call{dpt, value, group});
-        }
-        if (!Act())
-        {
-            return false;
-        }
-        group = Group({kWrittenByte}, 8);
-        return true;
-    }
-
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override
-    {
-        {
-            std::lock_guard<std::mutex> lock(m_recorder->mutex);
-            m_recorder->fromKnx.push_back(Call{dpt, value, group});
-        }
-        if (!Act())
-        {
-            return false;
-        }
-        value.SetByte(kReadByte);
-        return true;
-    }
-
-    Lum::KnxConverter* Clone() const override { return new ScriptedConverter(*this); }
-
-    // Instances alive in the process, to prove ownership.
-    static int Live() { return s_live.load(); }
-
-private:
-    bool Act() const
-    {
-        switch (m_action)
-        {
-        case Action::Succeed:
-            return true;
-        case Action::Fail:
-            return false;
-        case Action::ThrowGroupValueException:
-            throw KnxStack::GroupValueException("scripted failure");
-        case Action::ThrowOther:
-            throw std::logic_error("not a stack error");
-        }
-        return false;
-    }
-
-    std::shared_ptr<Recorder> m_recorder;
-    Action m_action;
-    static inline std::atomic<int> s_live{0};
-};
-
-// Its copy operation yields no converter at all.
-class NullCloningConverter : public Lum::KnxConverter
-{
-public:
-    bool ToKnxValue(const KNXDPT&, const ORUVALUE&, KnxStack::GroupValue&) const override { return true; }
-    bool FromKnxValue(const KNXDPT&, const KnxStack::GroupValue&, ORUVALUE&) const override { return true; }
-    Lum::KnxConverter* Clone() const override { return nullptr; }
-};
-
-// Its copy operation throws.
-class ThrowingCloneConverter : public Lum::KnxConverter
-{
-public:
-    bool ToKnxValue(const KNXDPT&, const ORUVALUE&, KnxStack::GroupValue&) const override { return true; }
-    bool FromKnxValue(const KNXDPT&, const KnxStack::GroupValue&, ORUVALUE&) const override { return true; }
-    Lum::KnxConverter* Clone() const override { throw std::runtime_error("no copy"); }
-};
+    return lines;
+}
 
 } // namespace FacadeTest
