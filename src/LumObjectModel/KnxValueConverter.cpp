@@ -172,135 +172,81 @@ bool KnxValueConverter::AreValueTypesCompatible(OruValueType valueType, OruValue
     }
 }
 
+namespace
+{
+struct SizeDefault
+{
+    std::uint8_t bitSize;
+    std::uint16_t main;
+    std::uint16_t sub;
+};
+
+constexpr SizeDefault kSizeDefaults[] = {
+    {1, 1, 1},   {2, 2, 1},    {4, 3, 7},    {8, 5, 0},   {16, 9, 0},   {24, 10, 1},
+    {32, 14, 0}, {40, 218, 0}, {48, 219, 1}, {64, 19, 1}, {112, 16, 1},
+};
+
+constexpr int kAnySize = -1;
+
+// Value type, the bit size asked for (or any), and the DPT with the bit size it sets.
+struct ValueTypeDefault
+{
+    std::int32_t ivt;
+    int size;
+    std::uint16_t main;
+    std::uint16_t sub;
+    std::uint8_t bitSize;
+};
+
+constexpr ValueTypeDefault kValueTypeDefaults[] = {
+    {2, kAnySize, 1, 1, 1},
+    {1037, kAnySize, 3, 7, 4},
+    {6, kAnySize, 5, 0, 8},
+    {1036, kAnySize, 5, 1, 8},
+    {3, 0, 9, 0, 16},
+    {3, 4, 3, 0, 4},
+    {3, 8, 5, 1, 8},
+    {3, 16, 9, 0, 16},
+    {3, 32, 14, 0, 16}, // 16, not 32: kept as it has always been
+    {12, kAnySize, 10, 1, 24},
+    {11, kAnySize, 11, 1, 24},
+    {8, kAnySize, 12, 1, 32},
+    {4, 0, 13, 0, 32},
+    {4, 8, 6, 0, 8},
+    {4, 16, 8, 0, 16},
+    {14, kAnySize, 13, 100, 32},
+    {9, kAnySize, 218, 0, 40},
+    {13, kAnySize, 19, 1, 64},
+    {10, 0, 16, 1, 112},
+    {10, 8, 4, 1, 8},
+    {10, 112, 16, 0, 8}, // 8, not 112: kept as it has always been
+};
+} // namespace
+
 bool KnxValueConverter::GetDefaultMappingDptForSize(KNXDPT& dpt)
 {
-    switch (dpt.bitSize)
+    for (const SizeDefault& d : kSizeDefaults)
     {
-    case 1:
-        SetDpt(dpt, 1, 1);
-        return true;
-    case 2:
-        SetDpt(dpt, 2, 1);
-        return true;
-    case 4:
-        SetDpt(dpt, 3, 7);
-        return true;
-    case 8:
-        SetDpt(dpt, 5, 0);
-        return true;
-    case 16:
-        SetDpt(dpt, 9, 0);
-        return true;
-    case 24:
-        SetDpt(dpt, 10, 1);
-        return true;
-    case 32:
-        SetDpt(dpt, 14, 0);
-        return true;
-    case 40:
-        SetDpt(dpt, 218, 0);
-        return true;
-    case 48:
-        SetDpt(dpt, 219, 1);
-        return true;
-    case 64:
-        SetDpt(dpt, 19, 1);
-        return true;
-    case 112:
-        SetDpt(dpt, 16, 1);
-        return true;
-    default:
-        return false;
+        if (d.bitSize == dpt.bitSize)
+        {
+            SetDpt(dpt, d.main, d.sub);
+            return true;
+        }
     }
+    return false;
 }
 
 bool KnxValueConverter::GetDefaultMappingDptForValueType(KNXDPT& dpt, const ORUVALUE& val)
 {
-    const std::uint8_t size = dpt.bitSize;
-    switch (static_cast<std::int32_t>(val.ivt))
+    for (const ValueTypeDefault& d : kValueTypeDefaults)
     {
-    case 2:
-        SetDpt(dpt, 1, 1, 1);
-        return true;
-    case 1037:
-        SetDpt(dpt, 3, 7, 4);
-        return true;
-    case 6:
-        SetDpt(dpt, 5, 0, 8);
-        return true;
-    case 1036:
-        SetDpt(dpt, 5, 1, 8);
-        return true;
-    case 3:
-        switch (size)
+        if (d.ivt == static_cast<std::int32_t>(val.ivt) && (d.size == kAnySize || d.size == dpt.bitSize))
         {
-        case 0:
-        case 16:
-            SetDpt(dpt, 9, 0, 16);
+            SetDpt(dpt, d.main, d.sub, d.bitSize);
             return true;
-        case 4:
-            SetDpt(dpt, 3, 0, 4);
-            return true;
-        case 8:
-            SetDpt(dpt, 5, 1, 8);
-            return true;
-        case 32:
-            SetDpt(dpt, 14, 0, 16); // 16, not 32: kept as it has always been
-            return true;
-        default:
-            return false;
         }
-    case 12:
-        SetDpt(dpt, 10, 1, 24);
-        return true;
-    case 11:
-        SetDpt(dpt, 11, 1, 24);
-        return true;
-    case 8:
-        SetDpt(dpt, 12, 1, 32);
-        return true;
-    case 4:
-        switch (size)
-        {
-        case 0:
-            SetDpt(dpt, 13, 0, 32);
-            return true;
-        case 8:
-            SetDpt(dpt, 6, 0, 8);
-            return true;
-        case 16:
-            SetDpt(dpt, 8, 0, 16);
-            return true;
-        default:
-            return false;
-        }
-    case 14:
-        SetDpt(dpt, 13, 100, 32);
-        return true;
-    case 9:
-        SetDpt(dpt, 218, 0, 40);
-        return true;
-    case 13:
-        SetDpt(dpt, 19, 1, 64);
-        return true;
-    case 10:
-        switch (size)
-        {
-        case 0:
-            SetDpt(dpt, 16, 1, 112);
-            return true;
-        case 8:
-            SetDpt(dpt, 4, 1, 8);
-            return true;
-        case 112:
-            SetDpt(dpt, 16, 0, 8); // 8, not 112: kept as it has always been
-            return true;
-        default:
-            return false;
-        }
-    default:
-        return false;
     }
+    return false;
 }
 
 bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::GroupValue& gv) const
