@@ -48,6 +48,20 @@ const BoolReader& AlwaysRelevant()
 }
 
 const boost::posix_time::time_duration kUseDefaultTimeout(0, 0, 0);
+
+// "PEL error for request <id>: <code>; <text1>; <text2>", the head of every
+// device-stack error line.
+struct PelError
+{
+    const std::string& requestId;
+    const Tarn::IDeviceStackClient::IError& error;
+};
+
+std::ostream& operator<<(std::ostream& os, const PelError& e)
+{
+    return os << "PEL error for request " << e.requestId << ": " << e.error.GetCode() << "; "
+              << e.error.GetText1() << "; " << e.error.GetText2();
+}
 } // namespace
 
 DscAsyncRequestMessenger::DscAsyncRequestMessenger(RequestMessengerDeviceStack& deviceStack,
@@ -79,9 +93,7 @@ void DscAsyncRequestMessenger::OnResponse(void* /*context*/, const std::string& 
                                           const Tarn::IDeviceStackClient::IError& error)
 {
     if (error.GetCode() != 0)
-        LUM_LOG_ERROR("PEL error for request " << requestId << ": " << error.GetCode() << "; "
-                                               << error.GetText1() << "; " << error.GetText2()
-                                               << "; response: " << response);
+        LUM_LOG_ERROR(PelError{requestId, error} << "; response: " << response);
     UpdateDocketList(requestId, response, error);
 }
 
@@ -89,8 +101,7 @@ void DscAsyncRequestMessenger::OnRegisterApplication(void* /*context*/, const st
                                                      const Tarn::IDeviceStackClient::IError& error)
 {
     if (error.GetCode() != 0)
-        LUM_LOG_ERROR("PEL error for request " << requestId << ": " << error.GetCode() << "; "
-                                               << error.GetText1() << "; " << error.GetText2());
+        LUM_LOG_ERROR(PelError{requestId, error});
     UpdateDocketList(requestId, std::string(), error);
 }
 
@@ -99,9 +110,7 @@ void DscAsyncRequestMessenger::OnGetConfiguration(void* /*context*/, const std::
                                                   const Tarn::IDeviceStackClient::IError& error)
 {
     if (error.GetCode() != 0)
-        LUM_LOG_ERROR("PEL error for request " << requestId << ": " << error.GetCode() << "; "
-                                               << error.GetText1() << "; " << error.GetText2()
-                                               << "; config: " << configuration);
+        LUM_LOG_ERROR(PelError{requestId, error} << "; config: " << configuration);
     UpdateDocketList(requestId, configuration, error);
 }
 
@@ -109,8 +118,7 @@ void DscAsyncRequestMessenger::OnSetConfiguration(void* /*context*/, const std::
                                                   const Tarn::IDeviceStackClient::IError& error)
 {
     if (error.GetCode() != 0)
-        LUM_LOG_ERROR("PEL error for request " << requestId << ": " << error.GetCode() << "; "
-                                               << error.GetText1() << "; " << error.GetText2());
+        LUM_LOG_ERROR(PelError{requestId, error});
     UpdateDocketList(requestId, std::string(), error);
 }
 
@@ -119,9 +127,8 @@ void DscAsyncRequestMessenger::OnGetValue(void* /*context*/, const std::string& 
                                           const Tarn::IDeviceStackClient::IError& error)
 {
     if (error.GetCode() != 0)
-        LUM_LOG_ERROR("PEL error for request " << requestId << ": " << error.GetCode() << "; "
-                                               << error.GetText1() << "; " << error.GetText2()
-                                               << "; id: " << id << "; urn: " << urn << "; value: " << value);
+        LUM_LOG_ERROR(PelError{requestId, error} << "; id: " << id << "; urn: " << urn
+                                                 << "; value: " << value);
     UpdateDocketList(requestId, value, error);
 }
 
@@ -130,9 +137,8 @@ void DscAsyncRequestMessenger::OnSetValue(void* /*context*/, const std::string& 
                                           const Tarn::IDeviceStackClient::IError& error)
 {
     if (error.GetCode() != 0)
-        LUM_LOG_ERROR("PEL error for request " << requestId << ": " << error.GetCode() << "; "
-                                               << error.GetText1() << "; " << error.GetText2()
-                                               << "; id: " << id << "; urn: " << urn << "; value: " << value);
+        LUM_LOG_ERROR(PelError{requestId, error} << "; id: " << id << "; urn: " << urn
+                                                 << "; value: " << value);
     UpdateDocketList(requestId, value, error);
 }
 
