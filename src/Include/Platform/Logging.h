@@ -68,28 +68,29 @@ private:
 } // namespace Lum
 
 // One line at the given level; the message is formatted only when the level
-// is enabled. The message is a stream expression: LUM_LOG_ERROR("a=" << a).
-#define LUM_LOG(level, message)                                                                    \
-    do                                                                                             \
-    {                                                                                              \
-        const log4cplus::Logger& lumLogger_ = ::Lum::GetGlobalDefaultLogger();                     \
-        if (lumLogger_.isEnabledFor(level))                                                        \
-        {                                                                                          \
-            ::Lum::LogEntryFormatter lumEntry_(__func__, __FILE__, __LINE__);                      \
-            lumEntry_.Stream() << message;                                                         \
-            lumEntry_.Emit(lumLogger_, level);                                                     \
-        }                                                                                          \
+// is enabled. The message is a stream expression: LUM_LOG_ERROR("a=" << a);
+// variadic, so that braces with commas may stand in it.
+#define LUM_LOG(level, ...)                                                                                  \
+    do                                                                                                       \
+    {                                                                                                        \
+        const log4cplus::Logger& lumLogger_ = ::Lum::GetGlobalDefaultLogger();                               \
+        if (lumLogger_.isEnabledFor(level))                                                                  \
+        {                                                                                                    \
+            ::Lum::LogEntryFormatter lumEntry_(__func__, __FILE__, __LINE__);                                \
+            lumEntry_.Stream() << __VA_ARGS__;                                                               \
+            lumEntry_.Emit(lumLogger_, level);                                                               \
+        }                                                                                                    \
     } while (false)
 
-#define LUM_LOG_DEBUG(message) LUM_LOG(log4cplus::DEBUG_LOG_LEVEL, message)
-#define LUM_LOG_INFO(message) LUM_LOG(log4cplus::INFO_LOG_LEVEL, message)
-#define LUM_LOG_WARN(message) LUM_LOG(log4cplus::WARN_LOG_LEVEL, message)
-#define LUM_LOG_ERROR(message) LUM_LOG(log4cplus::ERROR_LOG_LEVEL, message)
-#define LUM_LOG_FATAL(message) LUM_LOG(log4cplus::FATAL_LOG_LEVEL, message)
+#define LUM_LOG_DEBUG(...) LUM_LOG(log4cplus::DEBUG_LOG_LEVEL, __VA_ARGS__)
+#define LUM_LOG_INFO(...) LUM_LOG(log4cplus::INFO_LOG_LEVEL, __VA_ARGS__)
+#define LUM_LOG_WARN(...) LUM_LOG(log4cplus::WARN_LOG_LEVEL, __VA_ARGS__)
+#define LUM_LOG_ERROR(...) LUM_LOG(log4cplus::ERROR_LOG_LEVEL, __VA_ARGS__)
+#define LUM_LOG_FATAL(...) LUM_LOG(log4cplus::FATAL_LOG_LEVEL, __VA_ARGS__)
 
-#define LUM_ASSERT2(expression)                                                                    \
-    do                                                                                             \
-    {                                                                                              \
-        if (!(expression))                                                                         \
-            ::Lum::AssertionFailed("LUM_ASSERT2(" #expression ") failed", __FILE__, __LINE__);      \
+#define LUM_ASSERT2(expression)                                                                              \
+    do                                                                                                       \
+    {                                                                                                        \
+        if (!(expression))                                                                                   \
+            ::Lum::AssertionFailed("LUM_ASSERT2(" #expression ") failed", __FILE__, __LINE__);               \
     } while (false)
