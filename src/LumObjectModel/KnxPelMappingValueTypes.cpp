@@ -96,15 +96,7 @@ ORUVALUE CreateDefaultValueTimeOfDay(OruValueType expectedType)
 {
     LUM_ASSERT2(expectedType == ivtDayTime);
     const LumApp::TimeOfDay timeOfDay = LumApp::TimeOfDay::Create(0, 0, 0, LumApp::DayOfWeek::NoDay).get();
-    ORUTIME time;
-    time.year = 2000;
-    time.month = 1;
-    time.day = 1;
-    time.hour = static_cast<std::uint8_t>(timeOfDay.GetHour());
-    time.minute = static_cast<std::uint8_t>(timeOfDay.GetMinute());
-    time.second = static_cast<std::uint8_t>(timeOfDay.GetSecond());
-    time.weekDay = LumApp::ToOruWeekday(timeOfDay.GetWeekday());
-    return ORUVALUE::FromTime(ivtDayTime, time);
+    return ToOruValue(timeOfDay, ivtDayTime);
 }
 
 ORUVALUE CreateDefaultValueEmpty(OruValueType ivt)
