@@ -8,7 +8,7 @@ namespace Lum
 // --- 1.x ---------------------------------------------------------------------
 // Rejections stay silent: 1-bit objects are polled with all kinds of values.
 
-bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const
+bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 1 || value.ivt != ivtBool)
@@ -18,7 +18,7 @@ bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxS
 }
 
 bool KnxConverter1Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    ORUVALUE& value) const
+                                    ORUVALUE& value)
 {
     if (dpt.mainNumber != 1)
         return false;
@@ -33,7 +33,7 @@ KnxConverter* KnxConverter1Bit::Clone() const
 
 // --- 2.x ---------------------------------------------------------------------
 
-bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const
+bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 2 || value.ivt != ivtByte)
@@ -46,7 +46,7 @@ bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxS
 }
 
 bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    ORUVALUE& value) const
+                                    ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 2)
@@ -67,7 +67,7 @@ KnxConverter* KnxConverter2Bit::Clone() const
 
 // --- 3.x ---------------------------------------------------------------------
 
-bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const
+bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 3 || value.ivt != ivtByte)
@@ -86,7 +86,7 @@ bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxS
 }
 
 bool KnxConverter4Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    ORUVALUE& value) const
+                                    ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 3)

@@ -37,7 +37,7 @@ bool FitsByte(int v)
 
 // --- 11.001 ------------------------------------------------------------------
 
-bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const
+bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     try
@@ -70,7 +70,7 @@ bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxS
 }
 
 bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    ORUVALUE& value) const
+                                    ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     try
@@ -125,7 +125,7 @@ KnxConverter* KnxConverterDate::Clone() const
 // --- 10.001 ------------------------------------------------------------------
 
 bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                       KnxStack::GroupValue& group) const
+                                       KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime)
@@ -145,7 +145,7 @@ bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
 }
 
 bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                         ORUVALUE& value) const
+                                         ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 10 && dpt.subNumber != 1)
@@ -197,7 +197,7 @@ KnxConverter* KnxConverterTimeOfDay::Clone() const
 // No entry trace and no DPT check in either direction.
 
 bool KnxConverterDateTime::ToKnxValue(const KNXDPT& /*dpt*/, const ORUVALUE& value,
-                                      KnxStack::GroupValue& group) const
+                                      KnxStack::GroupValue& group)
 {
     try
     {
@@ -233,7 +233,7 @@ bool KnxConverterDateTime::ToKnxValue(const KNXDPT& /*dpt*/, const ORUVALUE& val
 }
 
 bool KnxConverterDateTime::FromKnxValue(const KNXDPT& /*dpt*/, const KnxStack::GroupValue& group,
-                                        ORUVALUE& value) const
+                                        ORUVALUE& value)
 {
     try
     {

@@ -13,7 +13,7 @@ constexpr unsigned int kMaxBytes = 24;
 } // namespace
 
 bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                     KnxStack::GroupValue& group) const
+                                     KnxStack::GroupValue& group)
 {
     unsigned int n = (static_cast<unsigned int>(dpt.bitSize) + 7u) / 8u;
     unsigned char buffer[kMaxBytes] = {};
@@ -58,7 +58,7 @@ bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
 }
 
 bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                       ORUVALUE& value) const
+                                       ORUVALUE& value)
 {
     const KnxStack::BinaryData& raw = group.GetRawData();
     const auto size = static_cast<unsigned int>(raw.GetSize());

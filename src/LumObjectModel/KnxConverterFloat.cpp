@@ -42,7 +42,7 @@ bool WithinInternal(const FloatRange& range, double d)
 // --- 9.x ---------------------------------------------------------------------
 
 bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                             KnxStack::GroupValue& group) const
+                                             KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 9 && value.ivt != ivtUnset && value.ivt != ivtFloat)
@@ -67,7 +67,7 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& 
 }
 
 bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                               ORUVALUE& value) const
+                                               ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (IsFloat16InvalidMarker(group))
@@ -95,7 +95,7 @@ KnxConverter* KnxConverterFloat16BitFloat::Clone() const
 // --- 14.x --------------------------------------------------------------------
 
 bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                             KnxStack::GroupValue& group) const
+                                             KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 14 && value.ivt != ivtUnset && value.ivt != ivtFloat)
@@ -111,7 +111,7 @@ bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& 
 }
 
 bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                               ORUVALUE& value) const
+                                               ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 14)

@@ -22,7 +22,7 @@ template <typename Range, typename T> bool WithinInternal(const Range& range, T 
 // --- 5.x: raw byte, no percent or angle scaling -------------------------------
 
 bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                              KnxStack::GroupValue& group) const
+                                              KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (value.ivt != ivtByte)
@@ -41,7 +41,7 @@ bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE&
 }
 
 bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                                ORUVALUE& value) const
+                                                ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     const std::int32_t byte = group.GetAsUnsigned8();
@@ -64,7 +64,7 @@ KnxConverter* KnxConverterByte8BitUnsigned::Clone() const
 // --- 6.x ---------------------------------------------------------------------
 
 bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                               KnxStack::GroupValue& group) const
+                                               KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 6 || value.ivt != ivtInteger)
@@ -77,7 +77,7 @@ bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE
 }
 
 bool KnxConverterInteger8BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                                 ORUVALUE& value) const
+                                                 ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     const std::int32_t v = group.GetAsSigned8();
@@ -94,7 +94,7 @@ KnxConverter* KnxConverterInteger8BitSigned::Clone() const
 // --- 6.020 -------------------------------------------------------------------
 
 bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                        KnxStack::GroupValue& group) const
+                                        KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 6 && dpt.subNumber != 20 && value.ivt != ivtByte)
@@ -116,7 +116,7 @@ bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value
 }
 
 bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                          ORUVALUE& value) const
+                                          ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 6 && dpt.subNumber != 20)
@@ -145,7 +145,7 @@ KnxConverter* KnxConverterStatus8Bit::Clone() const
 // --- 7.x ---------------------------------------------------------------------
 
 bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                                  KnxStack::GroupValue& group) const
+                                                  KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 7 && value.ivt != ivtWord)
@@ -158,7 +158,7 @@ bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVA
 }
 
 bool KnxConverterInteger16BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                                    ORUVALUE& value) const
+                                                    ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 7)
@@ -180,7 +180,7 @@ KnxConverter* KnxConverterInteger16BitUnsigned::Clone() const
 // --- 8.x ---------------------------------------------------------------------
 
 bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                                KnxStack::GroupValue& group) const
+                                                KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 8 && value.ivt != ivtInteger)
@@ -193,7 +193,7 @@ bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALU
 }
 
 bool KnxConverterInteger16BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                                  ORUVALUE& value) const
+                                                  ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 8)
@@ -215,7 +215,7 @@ KnxConverter* KnxConverterInteger16BitSigned::Clone() const
 // --- 24-bit counters ---------------------------------------------------------
 
 bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                                  KnxStack::GroupValue& group) const
+                                                  KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     const std::uint32_t v = value.GetDWord();
@@ -227,7 +227,7 @@ bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVA
 }
 
 bool KnxConverterInteger24BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                                    ORUVALUE& value) const
+                                                    ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     value.SetDWord(group.GetRawData().GetUInt32Value(0));
@@ -242,7 +242,7 @@ KnxConverter* KnxConverterInteger24BitUnsigned::Clone() const
 // --- 12.x --------------------------------------------------------------------
 
 bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                                  KnxStack::GroupValue& group) const
+                                                  KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (value.ivt != ivtDWord)
@@ -263,7 +263,7 @@ bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVA
 }
 
 bool KnxConverterInteger32BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                                    ORUVALUE& value) const
+                                                    ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     // Through uint32_t: unsigned long is 64 bits wide on x86-64 only.
@@ -288,7 +288,7 @@ KnxConverter* KnxConverterInteger32BitUnsigned::Clone() const
 // --- 13.x: the one integer family that scales, and only towards the bus -------
 
 bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                                KnxStack::GroupValue& group) const
+                                                KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 13 && value.ivt != ivtInteger)
@@ -309,7 +309,7 @@ bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALU
 }
 
 bool KnxConverterInteger32BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                                  ORUVALUE& value) const
+                                                  ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 13)

@@ -15,7 +15,7 @@ constexpr unsigned char kSceneMask = 0x7F;
 // --- 17.001 ------------------------------------------------------------------
 
 bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                         KnxStack::GroupValue& group) const
+                                         KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 17 && dpt.subNumber != 1 && value.ivt != ivtByte)
@@ -34,7 +34,7 @@ bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& valu
 }
 
 bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                           ORUVALUE& value) const
+                                           ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 17 && dpt.subNumber != 1)
@@ -62,7 +62,7 @@ KnxConverter* KnxConverterSceneNumber::Clone() const
 // --- 18.001 ------------------------------------------------------------------
 
 bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                          KnxStack::GroupValue& group) const
+                                          KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 18 || dpt.subNumber != 1 || value.ivt != ivtByte)
@@ -82,7 +82,7 @@ bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& val
 }
 
 bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                            ORUVALUE& value) const
+                                            ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 18 || dpt.subNumber != 1)
@@ -108,7 +108,7 @@ KnxConverter* KnxConverterSceneControl::Clone() const
 // --- 26.001 ------------------------------------------------------------------
 
 bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                       KnxStack::GroupValue& group) const
+                                       KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 26 || dpt.subNumber != 1 || value.ivt != ivtByte)
@@ -127,7 +127,7 @@ bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
 }
 
 bool KnxConverterSceneInfo::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                         ORUVALUE& value) const
+                                         ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 26 || dpt.subNumber != 1)

@@ -30,7 +30,7 @@ bool IsAllowedCharacter(const IntegerRange& range, unsigned char c)
 // --- 4.x ---------------------------------------------------------------------
 
 bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                        KnxStack::GroupValue& group) const
+                                        KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 4 || value.ivt != ivtString)
@@ -52,7 +52,7 @@ bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value
 }
 
 bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                          ORUVALUE& value) const
+                                          ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 4)
@@ -79,7 +79,7 @@ KnxConverter* KnxConverter8BitString::Clone() const
 // --- 16.x --------------------------------------------------------------------
 
 bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                          KnxStack::GroupValue& group) const
+                                          KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 16 && value.ivt != ivtString)
@@ -98,7 +98,7 @@ bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& val
 }
 
 bool KnxConverter14ByteString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                            ORUVALUE& value) const
+                                            ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 16)

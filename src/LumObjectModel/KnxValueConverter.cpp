@@ -132,7 +132,9 @@ std::uint32_t KnxValueConverter::GetExpectedBitSize(std::uint16_t mainNumber)
     return mainNumber <= kLastSizedMain ? kBitSizeByMain[mainNumber] : 0;
 }
 
-bool KnxValueConverter::AreValueTypesCompatible(OruValueType valueType, OruValueType entryType)
+namespace
+{
+bool ValueTypesCompatible(OruValueType valueType, OruValueType entryType)
 {
     if (valueType == entryType)
     {
@@ -171,9 +173,6 @@ bool KnxValueConverter::AreValueTypesCompatible(OruValueType valueType, OruValue
         return false;
     }
 }
-
-namespace
-{
 struct SizeDefault
 {
     std::uint8_t bitSize;
@@ -221,9 +220,8 @@ constexpr ValueTypeDefault kValueTypeDefaults[] = {
     {10, 8, 4, 1, 8},
     {10, 112, 16, 0, 8}, // 8, not 112: kept as it has always been
 };
-} // namespace
 
-bool KnxValueConverter::GetDefaultMappingDptForSize(KNXDPT& dpt)
+bool DefaultDptForSize(KNXDPT& dpt)
 {
     for (const SizeDefault& d : kSizeDefaults)
     {
@@ -236,7 +234,7 @@ bool KnxValueConverter::GetDefaultMappingDptForSize(KNXDPT& dpt)
     return false;
 }
 
-bool KnxValueConverter::GetDefaultMappingDptForValueType(KNXDPT& dpt, const ORUVALUE& val)
+bool DefaultDptForValueType(KNXDPT& dpt, const ORUVALUE& val)
 {
     for (const ValueTypeDefault& d : kValueTypeDefaults)
     {
@@ -249,13 +247,40 @@ bool KnxValueConverter::GetDefaultMappingDptForValueType(KNXDPT& dpt, const ORUV
     return false;
 }
 
+} // namespace
+
+bool KnxValueConverter::AreValueTypesCompatible(OruValueType valueType, OruValueType entryType)
+{
+    return ValueTypesCompatible(valueType, entryType);
+}
+
+bool KnxValueConverter::GetDefaultMappingDptForSize(KNXDPT& dpt)
+{
+    return DefaultDptForSize(dpt);
+}
+
+bool KnxValueConverter::GetDefaultMappingDptForValueType(KNXDPT& dpt, const ORUVALUE& val)
+{
+    return DefaultDptForValueType(dpt, val);
+}
+
+bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::GroupValue& gv)
+{
+    return static_cast<const KnxValueConverter&>(*this).ToKnxValue(dpt, val, gv);
+}
+
+bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv, ORUVALUE& val)
+{
+    return static_cast<const KnxValueConverter&>(*this).FromKnxValue(dpt, gv, val);
+}
+
 bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::GroupValue& gv) const
 {
     try
     {
         if (dpt.mainNumber == 0)
         {
-            if (!GetDefaultMappingDptForValueType(dpt, val) && !GetDefaultMappingDptForSize(dpt))
+            if (!DefaultDptForValueType(dpt, val) && !DefaultDptForSize(dpt))
             {
                 LUM_LOG_INFO("Could not find DPT for bit size " << static_cast<unsigned>(dpt.bitSize));
                 return false;
@@ -275,9 +300,9 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::G
             return true;
         }
 
-        if (val.ivt == ivtUnset || AreValueTypesCompatible(val.ivt, entry.ivt))
+        if (val.ivt == ivtUnset || ValueTypesCompatible(val.ivt, entry.ivt))
         {
-            const KnxConverter* converter = entry.converter.get();
+            KnxConverter* converter = entry.converter.get();
             if (converter == nullptr)
             {
                 LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << DptText{dpt});
@@ -313,12 +338,12 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
             {
                 KNXDPT sized = dpt;
                 sized.bitSize = static_cast<std::uint8_t>(gv.GetDefinedSize());
-                if (GetDefaultMappingDptForSize(sized))
+                if (DefaultDptForSize(sized))
                 {
                     dpt = sized;
                 }
             }
-            else if (!GetDefaultMappingDptForSize(dpt))
+            else if (!DefaultDptForSize(dpt))
             {
                 LUM_LOG_INFO("Could not find DPT for bit size " << static_cast<unsigned>(dpt.bitSize));
                 return false;
@@ -380,7 +405,7 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
             return false;
         }
 
-        const KnxConverter* converter = entry.converter.get();
+        KnxConverter* converter = entry.converter.get();
         if (converter == nullptr)
         {
             LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << DptText{dpt});

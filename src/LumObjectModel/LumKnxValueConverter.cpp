@@ -70,4 +70,29 @@ bool LumKnxValueConverter::FromKnxValue(const KnxStack::GroupValue& gv, std::str
     return true;
 }
 
+bool LumKnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::GroupValue& gv)
+{
+    return AsConst().ToKnxValue(dpt, val, gv);
+}
+
+bool LumKnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv, ORUVALUE& val)
+{
+    return AsConst().FromKnxValue(dpt, gv, val);
+}
+
+bool LumKnxValueConverter::ToKnxValue(KNXDPT& dpt, const std::string& text, KnxStack::GroupValue& gv)
+{
+    return AsConst().ToKnxValue(dpt, text, gv);
+}
+
+bool LumKnxValueConverter::ToKnxValue(const std::string& text, unsigned long bitSize, KnxStack::GroupValue& gv)
+{
+    return AsConst().ToKnxValue(text, bitSize, gv);
+}
+
+bool LumKnxValueConverter::FromKnxValue(const KnxStack::GroupValue& gv, std::string& text, bool internalFormat)
+{
+    return AsConst().FromKnxValue(gv, text, internalFormat);
+}
+
 } // namespace Lum

@@ -76,35 +76,35 @@ inline ORUVALUE TimeV(int h, int mi, int s, int weekMask)
     return v;
 }
 
-inline const KnxConverterDefault kDefault;
-inline const KnxConverter1Bit k1Bit;
-inline const KnxConverter2Bit k2Bit;
-inline const KnxConverter4Bit k4Bit(Lum::FloatIntegerRange(-100.0, 100.0, 0, 15));
-inline const KnxConverterByte8BitUnsigned kByte(IntegerRange(0, 255, 0, 255));
-inline const KnxConverterByte8BitUnsigned kPercent(IntegerRange(0, 254, 0, 254));
-inline const KnxConverterInteger8BitSigned kSigned8(IntegerRange(-128, 127, -128, 127));
-inline const KnxConverterStatus8Bit kStatus(IntegerRange(0, 255, 0, 255));
-inline const KnxConverterInteger16BitUnsigned kU16(IntegerRange(0, 65535, 0, 65535));
-inline const KnxConverterInteger16BitSigned kS16(IntegerRange(-32768, 32767, -32768, 32767));
-inline const KnxConverterInteger24BitUnsigned kU24(LongIntegerRange(0, 16777215, 0, 16777215));
-inline const KnxConverterInteger32BitUnsigned kU32(LongIntegerRange(0, 4294967295LL, 0, 4294967295LL));
-inline const KnxConverterInteger32BitUnsigned kU32Small(LongIntegerRange(0, 1000, 0, 1000));
-inline const KnxConverterInteger32BitSigned kS32(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX));
-inline const KnxConverterInteger32BitSigned kS32Scaled(IntegerRange(0, 100, 0, 1000));
-inline const KnxConverterFloat16BitFloat kF16(FloatRange(-671088.64, 670760.96, -671088.64, 670760.96));
-inline const KnxConverterFloat16BitFloat kTemp(FloatRange(-273.0, 670760.0, -273.0, 670760.0));
-inline const KnxConverterFloat32BitFloat kF32(FloatRange(-3.4e38, 3.4e38, -3.4e38, 3.4e38));
-inline const KnxConverter8BitString kAscii(IntegerRange(0, 127, 0, 127));
-inline const KnxConverter8BitString kLatin1(IntegerRange(0, 255, 0, 255));
-inline const KnxConverter14ByteString kText(IntegerRange(0, 127, 0, 127));
-inline const KnxConverter14ByteString kTextLatin1(IntegerRange(0, 255, 0, 255));
-inline const KnxConverter14ByteString kPrintable(IntegerRange(32, 126, 32, 126));
-inline const KnxConverterDate kDate;
-inline const KnxConverterTimeOfDay kTime;
-inline const KnxConverterDateTime kDateTime;
-inline const KnxConverterSceneNumber kNumber(IntegerRange(0, 63, 0, 63));
-inline const KnxConverterSceneControl kControl(IntegerRange(0, 63, 0, 63));
-inline const KnxConverterSceneInfo kInfo(IntegerRange(-64, 64, 0, 255));
+inline KnxConverterDefault kDefault;
+inline KnxConverter1Bit k1Bit;
+inline KnxConverter2Bit k2Bit;
+inline KnxConverter4Bit k4Bit(Lum::FloatIntegerRange(-100.0, 100.0, 0, 15));
+inline KnxConverterByte8BitUnsigned kByte(IntegerRange(0, 255, 0, 255));
+inline KnxConverterByte8BitUnsigned kPercent(IntegerRange(0, 254, 0, 254));
+inline KnxConverterInteger8BitSigned kSigned8(IntegerRange(-128, 127, -128, 127));
+inline KnxConverterStatus8Bit kStatus(IntegerRange(0, 255, 0, 255));
+inline KnxConverterInteger16BitUnsigned kU16(IntegerRange(0, 65535, 0, 65535));
+inline KnxConverterInteger16BitSigned kS16(IntegerRange(-32768, 32767, -32768, 32767));
+inline KnxConverterInteger24BitUnsigned kU24(LongIntegerRange(0, 16777215, 0, 16777215));
+inline KnxConverterInteger32BitUnsigned kU32(LongIntegerRange(0, 4294967295LL, 0, 4294967295LL));
+inline KnxConverterInteger32BitUnsigned kU32Small(LongIntegerRange(0, 1000, 0, 1000));
+inline KnxConverterInteger32BitSigned kS32(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX));
+inline KnxConverterInteger32BitSigned kS32Scaled(IntegerRange(0, 100, 0, 1000));
+inline KnxConverterFloat16BitFloat kF16(FloatRange(-671088.64, 670760.96, -671088.64, 670760.96));
+inline KnxConverterFloat16BitFloat kTemp(FloatRange(-273.0, 670760.0, -273.0, 670760.0));
+inline KnxConverterFloat32BitFloat kF32(FloatRange(-3.4e38, 3.4e38, -3.4e38, 3.4e38));
+inline KnxConverter8BitString kAscii(IntegerRange(0, 127, 0, 127));
+inline KnxConverter8BitString kLatin1(IntegerRange(0, 255, 0, 255));
+inline KnxConverter14ByteString kText(IntegerRange(0, 127, 0, 127));
+inline KnxConverter14ByteString kTextLatin1(IntegerRange(0, 255, 0, 255));
+inline KnxConverter14ByteString kPrintable(IntegerRange(32, 126, 32, 126));
+inline KnxConverterDate kDate;
+inline KnxConverterTimeOfDay kTime;
+inline KnxConverterDateTime kDateTime;
+inline KnxConverterSceneNumber kNumber(IntegerRange(0, 63, 0, 63));
+inline KnxConverterSceneControl kControl(IntegerRange(0, 63, 0, 63));
+inline KnxConverterSceneInfo kInfo(IntegerRange(-64, 64, 0, 255));
 
 // Reading with these writes only the payload; the value type stays the caller's.
 inline const std::set<const KnxConverter*> kKeepsType = {&k1Bit,    &k4Bit, &kU24,     &kF16,
@@ -118,7 +118,7 @@ enum Way
 };
 struct Vector
 {
-    const KnxConverter* conv;
+    KnxConverter* conv;
     Way way;
     KNXDPT dpt; // a bit size, where given, is the group value's
     ORUVALUE value;

@@ -48,7 +48,7 @@ TEST(Converters, StandardBytesAndQuirksThroughClones)
 
 struct Rejection
 {
-    const Lum::KnxConverter* conv;
+    Lum::KnxConverter* conv;
     KNXDPT dpt;
     ORUVALUE value;      // sent, or prepared for reading
     std::string bytes;   // read from the bus; none: the value is sent

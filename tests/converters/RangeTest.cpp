@@ -78,7 +78,7 @@ TEST(Range, ScaleToExternalRoundsHalfAwayFromZero)
 
 TEST(DefaultConverter, Writes)
 {
-    const auto& conv = kDefault;
+    auto& conv = kDefault;
     KnxStack::GroupValue g = Group(Hex("AB CD"));
     LogCapture capture;
     EXPECT_TRUE(conv.ToKnxValue(Dpt(3, 7, 4), ORUVALUE::FromBool(true), g)); // boolean off 1.x, 2.x: nothing
@@ -99,7 +99,7 @@ TEST(DefaultConverter, Writes)
 
 TEST(DefaultConverter, Reads)
 {
-    const Lum::KnxConverterDefault conv;
+    Lum::KnxConverterDefault conv;
     ORUVALUE v = Typed(ivtDWord, D(0));
     ASSERT_TRUE(conv.FromKnxValue(Dpt(232, 600, 32), Group(Hex("12 34 56 78")), v));
     EXPECT_EQ(D(0x12345678u), v);

@@ -55,8 +55,8 @@ class Scripted : public Lum::KnxConverter
 {
 public:
     explicit Scripted(char action) : m_action(action) {}
-    bool ToKnxValue(const KNXDPT&, const ORUVALUE&, GV& gv) const override { return Act(gv); }
-    bool FromKnxValue(const KNXDPT&, const GV& gv, ORUVALUE&) const override { return Act(gv); }
+    bool ToKnxValue(const KNXDPT&, const ORUVALUE&, GV& gv) override { return Act(gv); }
+    bool FromKnxValue(const KNXDPT&, const GV& gv, ORUVALUE&) override { return Act(gv); }
     Lum::KnxConverter* Clone() const override { return m_action == 'n' ? nullptr : new Scripted(*this); }
 
 private:
@@ -241,7 +241,7 @@ TEST(KnxValueConverterRules, DefaultDpts)
     {
         KNXDPT dpt = Dpt(0, 77, static_cast<std::uint8_t>(size));
         const auto it = known.find(size);
-        EXPECT_EQ(KVC::GetDefaultMappingDptForSize(dpt), it != known.end()) << size;
+        EXPECT_EQ(KVC().GetDefaultMappingDptForSize(dpt), it != known.end()) << size;
         EXPECT_EQ(Show(dpt), (it != known.end() ? it->second : "0.77") + "/" + std::to_string(size));
     }
     // By value type, for some by the size given; "": none, the DPT is left alone. Kept as they
@@ -257,7 +257,7 @@ TEST(KnxValueConverterRules, DefaultDpts)
     for (const auto& [type, size, expected] : cases)
     {
         KNXDPT dpt = Dpt(0, 42, size);
-        EXPECT_EQ(KVC::GetDefaultMappingDptForValueType(dpt, Typed(type)), !expected.empty()) << type;
+        EXPECT_EQ(KVC().GetDefaultMappingDptForValueType(dpt, Typed(type)), !expected.empty()) << type;
         EXPECT_EQ(Show(dpt), expected.empty() ? "0.42/" + std::to_string(size) : expected) << type;
     }
 }
@@ -284,7 +284,7 @@ TEST(KnxValueConverterRules, ValueTypeCompatibilityIsTheFixedOneWayRelation)
                 value == entry ||
                 std::any_of(groups.begin(), groups.end(),
                             [&](const auto& g) { return g.first.count(value) && g.second.count(entry); });
-            EXPECT_EQ(KVC::AreValueTypesCompatible(OruValueType(value), OruValueType(entry)), expected)
+            EXPECT_EQ(KVC().AreValueTypesCompatible(OruValueType(value), OruValueType(entry)), expected)
                 << value << " for " << entry;
         }
     }

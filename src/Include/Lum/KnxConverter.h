@@ -14,8 +14,8 @@ class LUM_OM_API KnxConverter
 {
 public:
     virtual ~KnxConverter() = default;
-    virtual bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const = 0;
-    virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const = 0;
+    virtual bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) = 0;
+    virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) = 0;
     // A new heap copy of the same class; the caller owns it.
     virtual KnxConverter* Clone() const = 0;
 
@@ -29,8 +29,8 @@ protected:
 class LUM_OM_API KnxConverterDefault : public KnxConverter
 {
 public:
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
 };
 

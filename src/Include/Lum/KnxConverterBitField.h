@@ -10,16 +10,16 @@ namespace Lum
 class LUM_OM_API KnxConverter1Bit : public KnxConverter
 {
 public:
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
 };
 
 class LUM_OM_API KnxConverter2Bit : public KnxConverter
 {
 public:
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
 };
 
@@ -27,8 +27,8 @@ class LUM_OM_API KnxConverter4Bit : public KnxConverter
 {
 public:
     explicit KnxConverter4Bit(const FloatIntegerRange& range) : m_range(range) {}
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
     const FloatIntegerRange& GetRange() const { return m_range; }
 

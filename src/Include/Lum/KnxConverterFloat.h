@@ -11,8 +11,8 @@ class LUM_OM_API KnxConverterFloat16BitFloat : public KnxConverter
 {
 public:
     explicit KnxConverterFloat16BitFloat(const FloatRange& range) : m_range(range) {}
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
     const FloatRange& GetRange() const { return m_range; }
 
@@ -24,8 +24,8 @@ class LUM_OM_API KnxConverterFloat32BitFloat : public KnxConverter
 {
 public:
     explicit KnxConverterFloat32BitFloat(const FloatRange& range) : m_range(range) {}
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
     const FloatRange& GetRange() const { return m_range; }
 

@@ -11,8 +11,8 @@ class LUM_OM_API KnxConverterSceneNumber : public KnxConverter
 {
 public:
     explicit KnxConverterSceneNumber(const IntegerRange& range) : m_range(range) {}
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
     const IntegerRange& GetRange() const { return m_range; }
 
@@ -24,8 +24,8 @@ class LUM_OM_API KnxConverterSceneControl : public KnxConverter
 {
 public:
     explicit KnxConverterSceneControl(const IntegerRange& range) : m_range(range) {}
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
     const IntegerRange& GetRange() const { return m_range; }
 
@@ -37,8 +37,8 @@ class LUM_OM_API KnxConverterSceneInfo : public KnxConverter
 {
 public:
     explicit KnxConverterSceneInfo(const IntegerRange& range) : m_range(range) {}
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
     const IntegerRange& GetRange() const { return m_range; }
 

@@ -11,8 +11,8 @@ class LUM_OM_API KnxConverter8BitString : public KnxConverter
 {
 public:
     explicit KnxConverter8BitString(const IntegerRange& range) : m_range(range) {}
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
     const IntegerRange& GetRange() const { return m_range; }
 
@@ -24,8 +24,8 @@ class LUM_OM_API KnxConverter14ByteString : public KnxConverter
 {
 public:
     explicit KnxConverter14ByteString(const IntegerRange& range) : m_range(range) {}
-    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) const override;
+    bool ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group) override;
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) override;
     KnxConverter* Clone() const override;
     const IntegerRange& GetRange() const { return m_range; }
 

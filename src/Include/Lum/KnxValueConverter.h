@@ -88,12 +88,17 @@ public:
 
     bool Init();
 
+    // dpt is in/out: a default DPT is written into it when its main number is 0.
+    bool ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::GroupValue& gv);
+    bool FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv, ORUVALUE& val);
+    // The same conversions for callers that share one initialised converter
+    // between threads through a const reference.
     bool ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::GroupValue& gv) const;
     bool FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv, ORUVALUE& val) const;
 
-    static bool AreValueTypesCompatible(OruValueType valueType, OruValueType entryType);
-    static bool GetDefaultMappingDptForSize(KNXDPT& dpt);
-    static bool GetDefaultMappingDptForValueType(KNXDPT& dpt, const ORUVALUE& val);
+    bool AreValueTypesCompatible(OruValueType valueType, OruValueType entryType);
+    bool GetDefaultMappingDptForSize(KNXDPT& dpt);
+    bool GetDefaultMappingDptForValueType(KNXDPT& dpt, const ORUVALUE& val);
     // Bits a group value of this main number must have; 0 when unknown,
     // kVariableBitSize when not checked.
     static std::uint32_t GetExpectedBitSize(std::uint16_t mainNumber);
