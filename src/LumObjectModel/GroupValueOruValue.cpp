@@ -5,6 +5,8 @@
 #include <Lum/OruValueHelper.h>
 #include <Lum/TimeOfDay.h>
 #include <Platform/Logging.h>
+
+#include "LogAs.h"
 #include <Platform/Text.h>
 
 #include <boost/date_time/gregorian/gregorian.hpp>
@@ -83,6 +85,10 @@ std::ostream& operator<<(std::ostream& os, const OruTimeFields& fields)
 
 // --- encoding -------------------------------------------------------------
 
+// The helpers below log as the public function they serve.
+constexpr char kEncoder[] = "OruValueToGroupValue";
+constexpr char kDecoder[] = "GroupValueToOruValue";
+
 constexpr unsigned kDateTimeBytes = 8;
 
 // DPT 19.001 flags, byte 6.
@@ -99,20 +105,23 @@ OptGroupValue EncodeDateTime(const ORUTIME& time)
     }
     catch (const std::out_of_range& e)
     {
-        LUM_LOG_ERROR("Not a valid date and time: " << time.year << '-' << unsigned{time.month} << '-'
-                                                    << unsigned{time.day} << " (" << e.what() << ')');
+        LUM_LOG_ERROR_AS(kEncoder, "Not a valid date and time: " << time.year << '-' << unsigned{time.month}
+                                                                 << '-' << unsigned{time.day} << " ("
+                                                                 << e.what() << ')');
         return boost::none;
     }
     const unsigned year = date.year();
     if (year < 1900 || year > 2155)
     {
-        LUM_LOG_ERROR("Cannot convert the date and time outside of the range [1900...2155]: year=" << year);
+        LUM_LOG_ERROR_AS(
+            kEncoder, "Cannot convert the date and time outside of the range [1900...2155]: year=" << year);
         return boost::none;
     }
     if (!ORUTIME::IsValidTime(time.hour, time.minute, time.second))
     {
-        LUM_LOG_ERROR("Not a valid time of day: " << unsigned{time.hour} << ':' << unsigned{time.minute}
-                                                  << ':' << unsigned{time.second});
+        LUM_LOG_ERROR_AS(kEncoder, "Not a valid time of day: " << unsigned{time.hour} << ':'
+                                                               << unsigned{time.minute} << ':'
+                                                               << unsigned{time.second});
         return boost::none;
     }
     // 1 = Monday .. 7 = Sunday; the date library counts from Sunday = 0.
@@ -186,7 +195,7 @@ OptGroupValue Encode(const ORUVALUE& value, unsigned long packed)
         std::uint32_t number = value.GetDWord();
         if (number > 65535)
         {
-            LUM_LOG_ERROR("Value out of range: " << number << " (DPT " << dpt.main << ")");
+            LUM_LOG_ERROR_AS(kEncoder, "Value out of range: " << number << " (DPT " << dpt.main << ")");
             number = 65535;
         }
         gv.SetAsUnsigned16(static_cast<unsigned short>(number));
@@ -197,7 +206,7 @@ OptGroupValue Encode(const ORUVALUE& value, unsigned long packed)
         std::int32_t number = value.GetInteger();
         if (number < -32768 || number > 32767)
         {
-            LUM_LOG_ERROR("Value out of range: " << number << " (DPT " << dpt.main << ")");
+            LUM_LOG_ERROR_AS(kEncoder, "Value out of range: " << number << " (DPT " << dpt.main << ")");
             number = number < 0 ? -32768 : 32767;
         }
         gv.SetAsSigned16(static_cast<short>(number));
@@ -216,7 +225,8 @@ OptGroupValue Encode(const ORUVALUE& value, unsigned long packed)
         const boost::optional<LumApp::TimeOfDay> timeOfDay = LumApp::FromOruTime(value.GetTime());
         if (!timeOfDay)
         {
-            LUM_LOG_ERROR("Could not convert ORUTIME " << OruTimeFields{value.GetTime()} << " to TimeOfDay");
+            LUM_LOG_ERROR_AS(kEncoder, "Could not convert ORUTIME " << OruTimeFields{value.GetTime()}
+                                                                    << " to TimeOfDay");
             return boost::none;
         }
         gv.SetAsTimeOfDay(timeOfDay->GetHour(), timeOfDay->GetMinute(), timeOfDay->GetSecond(),
@@ -228,7 +238,8 @@ OptGroupValue Encode(const ORUVALUE& value, unsigned long packed)
         const ORUTIME& time = value.GetTime();
         if (!ORUTIME::IsValidDate(time.year, time.month, time.day))
         {
-            LUM_LOG_ERROR("Not a valid date: " << time.year << ' ' << time.month << ' ' << time.day);
+            LUM_LOG_ERROR_AS(kEncoder,
+                             "Not a valid date: " << time.year << ' ' << time.month << ' ' << time.day);
             return boost::none;
         }
         gv.SetAsDate(time.day, time.month, time.year);
@@ -250,7 +261,7 @@ OptGroupValue Encode(const ORUVALUE& value, unsigned long packed)
         const boost::optional<UTF8String> text = UTF8String::Create(value.GetString().str());
         if (!text)
         {
-            LUM_LOG_ERROR("Got ORUVALUE that contains a non-UTF8 string");
+            LUM_LOG_ERROR_AS(kEncoder, "Got ORUVALUE that contains a non-UTF8 string");
             return boost::none;
         }
         gv.SetAsString14(getLatin1FromUTF8Lossy(*text).str());
@@ -261,10 +272,11 @@ OptGroupValue Encode(const ORUVALUE& value, unsigned long packed)
     case 232:
         return EncodeUnsigned24(value.GetDWord());
     default:
-        LUM_LOG_ERROR("Value type " << TypeName(value.ivt) << " not supported (dwDPT=" << packed
-                                    << " with value='"
-                                    << "ivt: " << static_cast<std::int32_t>(value.ivt)
-                                    << ", ToString(): " << PlatformText{value.ToString()} << "').");
+        LUM_LOG_ERROR_AS(kEncoder, "Value type " << TypeName(value.ivt) << " not supported (dwDPT=" << packed
+                                                 << " with value='"
+                                                 << "ivt: " << static_cast<std::int32_t>(value.ivt)
+                                                 << ", ToString(): " << PlatformText{value.ToString()}
+                                                 << "').");
         return boost::none;
     }
     return gv;
@@ -283,8 +295,9 @@ OptValue DecodeTimeOfDay(const KnxStack::GroupValue& gv)
         LumApp::TimeOfDay::Create(hour, minute, second, static_cast<LumApp::DayOfWeek>(day));
     if (!timeOfDay)
     {
-        LUM_LOG_WARN("Received invalid DPT 10 time of day: " << hour << ' ' << minute << ' ' << second << ' '
-                                                             << static_cast<unsigned>(day));
+        LUM_LOG_WARN_AS(kDecoder, "Received invalid DPT 10 time of day: " << hour << ' ' << minute << ' '
+                                                                          << second << ' '
+                                                                          << static_cast<unsigned>(day));
         return boost::none;
     }
     return ToOruValue(*timeOfDay, ivtDayTime);
@@ -295,15 +308,15 @@ OptValue DecodeDate(const KnxStack::GroupValue& gv, OruValueType expected)
     const KnxStack::BinaryData& raw = gv.GetRawData();
     if (raw.GetSize() != 3)
     {
-        LUM_LOG_WARN("Received an invalid DPT 11.001 date from the KNX: Length in bytes is "
-                     << raw.GetSize() << ", expected 3");
+        LUM_LOG_WARN_AS(kDecoder, "Received an invalid DPT 11.001 date from the KNX: Length in bytes is "
+                                      << raw.GetSize() << ", expected 3");
         return boost::none;
     }
     const unsigned twoDigitYear = raw.GetUInt8Value(2);
     if (twoDigitYear > 99)
     {
-        LUM_LOG_WARN("Received an invalid DPT 11.001 date from the KNX: Year " << twoDigitYear
-                                                                               << " is out of range (0-99)");
+        LUM_LOG_WARN_AS(kDecoder, "Received an invalid DPT 11.001 date from the KNX: Year "
+                                      << twoDigitYear << " is out of range (0-99)");
         return boost::none;
     }
     int day = 0;
@@ -314,8 +327,8 @@ OptValue DecodeDate(const KnxStack::GroupValue& gv, OruValueType expected)
         !ORUTIME::IsValidDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
                               static_cast<unsigned char>(day)))
     {
-        LUM_LOG_WARN("Received an invalid DPT 11.001 date from the KNX: " << year << '-' << month << '-'
-                                                                          << day);
+        LUM_LOG_WARN_AS(kDecoder, "Received an invalid DPT 11.001 date from the KNX: " << year << '-' << month
+                                                                                       << '-' << day);
         return boost::none;
     }
     const boost::gregorian::date date(static_cast<unsigned short>(year), static_cast<unsigned short>(month),
@@ -328,8 +341,9 @@ OptValue DecodeDateTime(const KnxStack::GroupValue& gv, OruValueType expected)
     const KnxStack::BinaryData& raw = gv.GetRawData();
     if (raw.GetSize() < kDateTimeBytes)
     {
-        LUM_LOG_WARN("Received an invalid DPT 19.001 date and time from the KNX: Length in bytes is "
-                     << raw.GetSize() << ", expected " << kDateTimeBytes);
+        LUM_LOG_WARN_AS(kDecoder,
+                        "Received an invalid DPT 19.001 date and time from the KNX: Length in bytes is "
+                            << raw.GetSize() << ", expected " << kDateTimeBytes);
         return boost::none;
     }
     // Reserved bits and the weekday share the bytes; only the fields are read.
@@ -344,8 +358,9 @@ OptValue DecodeDateTime(const KnxStack::GroupValue& gv, OruValueType expected)
         !ORUTIME::IsValidTime(static_cast<unsigned char>(hour), static_cast<unsigned char>(minute),
                               static_cast<unsigned char>(second)))
     {
-        LUM_LOG_WARN("Received an invalid DPT 19.001 date and time from the KNX: "
-                     << year << '-' << month << '-' << day << ' ' << hour << ':' << minute << ':' << second);
+        LUM_LOG_WARN_AS(kDecoder, "Received an invalid DPT 19.001 date and time from the KNX: "
+                                      << year << '-' << month << '-' << day << ' ' << hour << ':' << minute
+                                      << ':' << second);
         return boost::none;
     }
     const boost::posix_time::ptime time(

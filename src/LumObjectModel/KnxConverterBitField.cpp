@@ -9,6 +9,7 @@ namespace Lum
 // Rejections stay silent: 1-bit objects are polled with all kinds of values.
 
 bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 1 || value.ivt != ivtBool)
@@ -16,15 +17,17 @@ bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxS
     group.SetAsBoolean(value.GetBool());
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
-bool KnxConverter1Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    ORUVALUE& value)
+bool KnxConverter1Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value)
+try
 {
     if (dpt.mainNumber != 1)
         return false;
     value.SetBool(group.GetAsBoolean());
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverter1Bit::Clone() const
 {
@@ -34,6 +37,7 @@ KnxConverter* KnxConverter1Bit::Clone() const
 // --- 2.x ---------------------------------------------------------------------
 
 bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 2 || value.ivt != ivtByte)
@@ -44,9 +48,10 @@ bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxS
     group.SetAsUnsigned2(value.GetByte());
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
-bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    ORUVALUE& value)
+bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 2)
@@ -59,6 +64,7 @@ bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
     value.SetByte(bits);
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverter2Bit::Clone() const
 {
@@ -68,6 +74,7 @@ KnxConverter* KnxConverter2Bit::Clone() const
 // --- 3.x ---------------------------------------------------------------------
 
 bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 3 || value.ivt != ivtByte)
@@ -84,9 +91,10 @@ bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxS
     group.SetAsUnsigned4(byte);
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
-bool KnxConverter4Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    ORUVALUE& value)
+bool KnxConverter4Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 3)
@@ -97,6 +105,7 @@ bool KnxConverter4Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
     value.SetByte(group.GetAsUnsigned4());
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverter4Bit::Clone() const
 {

@@ -12,6 +12,7 @@ namespace
 {
 constexpr std::uint32_t kDateReservedBits = 0xE0F080u;
 constexpr unsigned kTimeReservedBits = 0xC0C0u;
+constexpr unsigned kMaxTwoDigitYear = 99;
 
 // All eleven fields, numbers only, one blank apart.
 struct OruTimeFields
@@ -69,8 +70,7 @@ bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxS
     return false;
 }
 
-bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    ORUVALUE& value)
+bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value)
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     try
@@ -89,8 +89,11 @@ bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
         int month = 0;
         int year = 0;
         group.GetAsDate(&day, &month, &year);
+        // Seven bits carry the year, but only 0..99 are years of this type:
+        // 100..127 would read as 2100..2127 and are invalid dates.
         const bool valid =
-            year >= 0 && year <= 0xFFFF && FitsByte(month) && FitsByte(day) &&
+            group.GetRawData().GetUInt8Value(2) <= kMaxTwoDigitYear && year >= 0 && year <= 0xFFFF &&
+            FitsByte(month) && FitsByte(day) &&
             ORUTIME::IsValidDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
                                  static_cast<unsigned char>(day));
         if (!valid)
@@ -124,8 +127,7 @@ KnxConverter* KnxConverterDate::Clone() const
 
 // --- 10.001 ------------------------------------------------------------------
 
-bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                       KnxStack::GroupValue& group)
+bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime)

@@ -12,8 +12,8 @@ namespace
 constexpr unsigned int kMaxBytes = 24;
 } // namespace
 
-bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                     KnxStack::GroupValue& group)
+bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
+try
 {
     unsigned int n = (static_cast<unsigned int>(dpt.bitSize) + 7u) / 8u;
     unsigned char buffer[kMaxBytes] = {};
@@ -56,9 +56,10 @@ bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
         group.SetRawData(KnxStack::BinaryData(buffer, n));
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
-bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                       ORUVALUE& value)
+bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value)
+try
 {
     const KnxStack::BinaryData& raw = group.GetRawData();
     const auto size = static_cast<unsigned int>(raw.GetSize());
@@ -68,6 +69,7 @@ bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupV
     LUM_LOG_ERROR("ByteArrayToOruValue failed. DPT=" << Detail::DptText{dpt} << " data size =" << size);
     return false;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterDefault::Clone() const
 {

@@ -43,6 +43,7 @@ bool WithinInternal(const FloatRange& range, double d)
 
 bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                              KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 9 && value.ivt != ivtUnset && value.ivt != ivtFloat)
@@ -65,9 +66,11 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& 
     group.SetAsFloat16(d);
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (IsFloat16InvalidMarker(group))
@@ -86,6 +89,7 @@ bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack
     }
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterFloat16BitFloat::Clone() const
 {
@@ -96,6 +100,7 @@ KnxConverter* KnxConverterFloat16BitFloat::Clone() const
 
 bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                              KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 14 && value.ivt != ivtUnset && value.ivt != ivtFloat)
@@ -109,9 +114,11 @@ bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& 
         group.SetAsFloat32(static_cast<float>(value.GetFloat()));
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 14)
@@ -124,6 +131,7 @@ bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack
     value.ivt = ivtFloat;
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterFloat32BitFloat::Clone() const
 {

@@ -23,6 +23,7 @@ template <typename Range, typename T> bool WithinInternal(const Range& range, T 
 
 bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                               KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (value.ivt != ivtByte)
@@ -39,9 +40,11 @@ bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE&
     group.SetAsUnsigned8(static_cast<unsigned char>(byte));
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                 ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     const std::int32_t byte = group.GetAsUnsigned8();
@@ -55,6 +58,7 @@ bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStac
     value.SetByte(static_cast<std::uint8_t>(byte));
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterByte8BitUnsigned::Clone() const
 {
@@ -65,6 +69,7 @@ KnxConverter* KnxConverterByte8BitUnsigned::Clone() const
 
 bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                                KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 6 || value.ivt != ivtInteger)
@@ -75,9 +80,11 @@ bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE
     group.SetAsSigned8(static_cast<signed char>(value.GetInteger()));
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterInteger8BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                  ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     const std::int32_t v = group.GetAsSigned8();
@@ -85,6 +92,7 @@ bool KnxConverterInteger8BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxSta
     value.SetInteger(v);
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterInteger8BitSigned::Clone() const
 {
@@ -93,8 +101,8 @@ KnxConverter* KnxConverterInteger8BitSigned::Clone() const
 
 // --- 6.020 -------------------------------------------------------------------
 
-bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                        KnxStack::GroupValue& group)
+bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 6 && dpt.subNumber != 20 && value.ivt != ivtByte)
@@ -114,9 +122,11 @@ bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value
     }
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                           ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 6 && dpt.subNumber != 20)
@@ -136,6 +146,7 @@ bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
     value.SetByte(byte);
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterStatus8Bit::Clone() const
 {
@@ -146,6 +157,7 @@ KnxConverter* KnxConverterStatus8Bit::Clone() const
 
 bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                                   KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 7 && value.ivt != ivtWord)
@@ -156,9 +168,11 @@ bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVA
     group.SetAsUnsigned16(value.GetWord());
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterInteger16BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                     ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 7)
@@ -171,6 +185,7 @@ bool KnxConverterInteger16BitUnsigned::FromKnxValue(const KNXDPT& dpt, const Knx
     value.SetWord(word);
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterInteger16BitUnsigned::Clone() const
 {
@@ -181,6 +196,7 @@ KnxConverter* KnxConverterInteger16BitUnsigned::Clone() const
 
 bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                                 KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 8 && value.ivt != ivtInteger)
@@ -191,9 +207,11 @@ bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALU
     group.SetAsSigned16(static_cast<short>(value.GetInteger()));
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterInteger16BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                   ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 8)
@@ -206,6 +224,7 @@ bool KnxConverterInteger16BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxSt
     value.SetInteger(v);
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterInteger16BitSigned::Clone() const
 {
@@ -216,6 +235,7 @@ KnxConverter* KnxConverterInteger16BitSigned::Clone() const
 
 bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                                   KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     const std::uint32_t v = value.GetDWord();
@@ -225,14 +245,17 @@ bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVA
     group = KnxStack::GroupValue(KnxStack::BinaryData(bytes, sizeof bytes), 24);
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterInteger24BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                     ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     value.SetDWord(group.GetRawData().GetUInt32Value(0));
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterInteger24BitUnsigned::Clone() const
 {
@@ -243,6 +266,7 @@ KnxConverter* KnxConverterInteger24BitUnsigned::Clone() const
 
 bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                                   KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (value.ivt != ivtDWord)
@@ -261,9 +285,11 @@ bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVA
     group.SetAsUnsigned32(static_cast<std::uint32_t>(v));
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterInteger32BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                     ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     // Through uint32_t: unsigned long is 64 bits wide on x86-64 only.
@@ -279,6 +305,7 @@ bool KnxConverterInteger32BitUnsigned::FromKnxValue(const KNXDPT& dpt, const Knx
     value.ivt = ivtDWord;
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterInteger32BitUnsigned::Clone() const
 {
@@ -289,6 +316,7 @@ KnxConverter* KnxConverterInteger32BitUnsigned::Clone() const
 
 bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                                 KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 13 && value.ivt != ivtInteger)
@@ -307,9 +335,11 @@ bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const ORUVALU
     group.SetAsSigned32(ScaleToExternal(m_range, v));
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterInteger32BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                   ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 13)
@@ -328,6 +358,7 @@ bool KnxConverterInteger32BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxSt
     value.ivt = ivtInteger;
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterInteger32BitSigned::Clone() const
 {

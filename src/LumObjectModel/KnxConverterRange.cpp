@@ -1,5 +1,5 @@
+#include "LogAs.h"
 #include <Lum/KnxConverterRange.h>
-#include <Platform/Logging.h>
 
 #include <algorithm>
 #include <cmath>
@@ -29,30 +29,34 @@ std::int64_t Span(std::int64_t min, std::int64_t max)
 }
 
 // Shared by both integer ranges: spans in signed 64 bits, bounds not ordered.
+// Its lines are those of the ranges' CalculateScaleFactor().
 template <typename Range> void CalculateIntegerScaleFactor(Range& r)
 {
     const std::int64_t spanInt = Span(r.m_internalMin, r.m_internalMax);
     const std::int64_t spanExt = Span(r.m_externalMin, r.m_externalMax);
     if (spanInt == 0)
     {
-        LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                      << r.m_internalMin << ", " << r.m_internalMax << "].");
+        LUM_LOG_ERROR_AS("CalculateScaleFactor",
+                         "Failed to calculate the scale factor because of invalid internal range ["
+                             << r.m_internalMin << ", " << r.m_internalMax << "].");
         return;
     }
     if (spanExt == 0)
     {
-        LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid external range ["
-                      << r.m_externalMin << ", " << r.m_externalMax << "].");
+        LUM_LOG_ERROR_AS("CalculateScaleFactor",
+                         "Failed to calculate the scale factor because of invalid external range ["
+                             << r.m_externalMin << ", " << r.m_externalMax << "].");
         return;
     }
     const double scale = static_cast<double>(spanExt) / static_cast<double>(spanInt);
     if (scale == 0.0)
     {
         r.m_scaleFactor = 1.0;
-        LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                      << r.m_internalMin << ", " << r.m_internalMax
-                      << "] or because of invalid external range [" << r.m_externalMin << ", "
-                      << r.m_externalMax << "].");
+        LUM_LOG_ERROR_AS("CalculateScaleFactor",
+                         "Failed to calculate the scale factor because of invalid internal range ["
+                             << r.m_internalMin << ", " << r.m_internalMax
+                             << "] or because of invalid external range [" << r.m_externalMin << ", "
+                             << r.m_externalMax << "].");
         return;
     }
     r.m_scaleFactor = scale;

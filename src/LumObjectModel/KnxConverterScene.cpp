@@ -16,6 +16,7 @@ constexpr unsigned char kSceneMask = 0x7F;
 
 bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                          KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 17 && dpt.subNumber != 1 && value.ivt != ivtByte)
@@ -32,9 +33,11 @@ bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& valu
     group.SetAsUnsigned8(static_cast<unsigned char>(v));
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                            ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 17 && dpt.subNumber != 1)
@@ -53,6 +56,7 @@ bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gr
     value.ivt = ivtByte;
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterSceneNumber::Clone() const
 {
@@ -63,6 +67,7 @@ KnxConverter* KnxConverterSceneNumber::Clone() const
 
 bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                           KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 18 || dpt.subNumber != 1 || value.ivt != ivtByte)
@@ -80,9 +85,11 @@ bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& val
     group.SetAsUnsigned8(b);
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                             ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 18 || dpt.subNumber != 1)
@@ -99,6 +106,7 @@ bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::G
     value.SetByte(b);
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterSceneControl::Clone() const
 {
@@ -107,8 +115,8 @@ KnxConverter* KnxConverterSceneControl::Clone() const
 
 // --- 26.001 ------------------------------------------------------------------
 
-bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                       KnxStack::GroupValue& group)
+bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 26 || dpt.subNumber != 1 || value.ivt != ivtByte)
@@ -125,9 +133,11 @@ bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
     group.SetAsUnsigned8(b);
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterSceneInfo::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                          ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 26 || dpt.subNumber != 1)
@@ -145,6 +155,7 @@ bool KnxConverterSceneInfo::FromKnxValue(const KNXDPT& dpt, const KnxStack::Grou
     value.SetByte(b);
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterSceneInfo::Clone() const
 {

@@ -29,8 +29,8 @@ bool IsAllowedCharacter(const IntegerRange& range, unsigned char c)
 
 // --- 4.x ---------------------------------------------------------------------
 
-bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
-                                        KnxStack::GroupValue& group)
+bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 4 || value.ivt != ivtString)
@@ -50,9 +50,11 @@ bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value
     group.SetAsChar(ch);
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                           ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 4)
@@ -70,6 +72,7 @@ bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
     value.ivt = ivtString;
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverter8BitString::Clone() const
 {
@@ -80,6 +83,7 @@ KnxConverter* KnxConverter8BitString::Clone() const
 
 bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                           KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 16 && value.ivt != ivtString)
@@ -96,9 +100,11 @@ bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& val
     group.SetAsString14(text);
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverter14ByteString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                             ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 16)
@@ -124,6 +130,7 @@ bool KnxConverter14ByteString::FromKnxValue(const KNXDPT& dpt, const KnxStack::G
     AssignText(value, text);
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverter14ByteString::Clone() const
 {

@@ -85,12 +85,14 @@ bool LumKnxValueConverter::ToKnxValue(KNXDPT& dpt, const std::string& text, KnxS
     return AsConst().ToKnxValue(dpt, text, gv);
 }
 
-bool LumKnxValueConverter::ToKnxValue(const std::string& text, unsigned long bitSize, KnxStack::GroupValue& gv)
+bool LumKnxValueConverter::ToKnxValue(const std::string& text, unsigned long bitSize,
+                                      KnxStack::GroupValue& gv)
 {
     return AsConst().ToKnxValue(text, bitSize, gv);
 }
 
-bool LumKnxValueConverter::FromKnxValue(const KnxStack::GroupValue& gv, std::string& text, bool internalFormat)
+bool LumKnxValueConverter::FromKnxValue(const KnxStack::GroupValue& gv, std::string& text,
+                                        bool internalFormat)
 {
     return AsConst().FromKnxValue(gv, text, internalFormat);
 }

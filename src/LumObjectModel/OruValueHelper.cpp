@@ -8,6 +8,7 @@
 
 #include <ctime>
 #include <iterator>
+#include <stdexcept>
 
 namespace Lum
 {
@@ -120,8 +121,17 @@ ORUVALUE ToOruValue(const boost::posix_time::ptime& time, OruValueType type)
     ORUVALUE result;
     if (!time.is_special() && time > limit)
         return result;
-    // Special times throw here, from the date library.
-    const std::tm tm = boost::posix_time::to_tm(time);
+    std::tm tm;
+    try
+    {
+        tm = boost::posix_time::to_tm(time);
+    }
+    catch (const std::out_of_range& e)
+    {
+        // Not a date (not-a-date-time, +-infinity): the date library says why.
+        LUM_LOG_ERROR(e.what());
+        return result;
+    }
     ORUTIME t;
     t.year = static_cast<std::uint16_t>(tm.tm_year + 1900);
     t.month = static_cast<std::uint8_t>(tm.tm_mon + 1);

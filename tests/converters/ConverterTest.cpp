@@ -61,6 +61,7 @@ TEST(Converters, EveryRejectionLogsOnceAndWritesNothing)
     hour24.GetTime().hundredths = 7;
     hour24.GetTime().isDaylightSaving = true;
     const std::string range = "Cannot convert the date outside of the range [1990...2089]: year=";
+    const std::string wrong = "Exception caught during conversion of GroupValue for DPT ";
     const Rejection rows[] = {
         {&k1Bit, Dpt(1, 1), B(1), "", ""},
         {&k1Bit, Dpt(2, 1), B(9), "01", ""},
@@ -133,6 +134,17 @@ TEST(Converters, EveryRejectionLogsOnceAndWritesNothing)
         {&kInfo, Dpt(26, 2), B(1), "", "Wrong DPT for Scene number (26.001) or oru value type (ivtByte)."},
         {&kInfo, Dpt(26, 2), B(1), "01", "Wrong DPT for Scene number, only 26.001 is valid."},
         {&kInfo, Dpt(26, 1), B(1), "80", "Reserved bit is used for scene number in DPT scene control!"},
+        // Seven bits carry the year; 100..127 are no years of this type.
+        {&kDate, Dpt(11, 1), I(0), "01 01 64", "Cannot convert invalid date: year=2100, month=1, day=1"},
+        {&kDate, Dpt(11, 1), I(0), "01 01 7F", "Cannot convert invalid date: year=2127, month=1, day=1"},
+        // Called directly with a value of the wrong size: rejected in the converter's name, never thrown.
+        {&kU16, Dpt(7, 1), I(0), "01", wrong + "7.1, bytes = 01: "},
+        {&kS16, Dpt(8, 1), I(0), "01", wrong + "8.1, bytes = 01: "},
+        {&kU32, Dpt(12, 1), I(0), "01 02", wrong + "12.1, bytes = 01 02: "},
+        {&kS32, Dpt(13, 1), I(0), "01 02", wrong + "13.1, bytes = 01 02: "},
+        {&kF16, Dpt(9, 1), I(0), "0C", wrong + "9.1, bytes = 0C: "},
+        {&kF32, Dpt(14, 56), I(0), "01 02", wrong + "14.56, bytes = 01 02: "},
+        {&kText, Dpt(16, 0), I(0), "41 42", wrong + "16.0, bytes = 41 42: "},
     };
     for (const Rejection& r : rows)
     {
@@ -152,6 +164,41 @@ TEST(Converters, EveryRejectionLogsOnceAndWritesNothing)
                   errors);
         EXPECT_EQ(Group(pre), group);
         EXPECT_EQ(r.value, value);
+    }
+}
+
+TEST(Converters, EveryConverterRefusesAValueWithoutBytesInItsOwnName)
+{
+    // What a caller that skips the facade's size check may hand over: no exception escapes.
+    const std::pair<Lum::KnxConverter*, KNXDPT> converters[] = {
+        {&k1Bit, Dpt(1, 1)},     {&k2Bit, Dpt(2, 1)},    {&k4Bit, Dpt(3, 7)},  {&kByte, Dpt(5, 1)},
+        {&kSigned8, Dpt(6, 1)},  {&kStatus, Dpt(6, 20)}, {&kU16, Dpt(7, 1)},   {&kS16, Dpt(8, 1)},
+        {&kU24, Dpt(232, 1)},    {&kU32, Dpt(12, 1)},    {&kS32, Dpt(13, 1)},  {&kF16, Dpt(9, 1)},
+        {&kF32, Dpt(14, 56)},    {&kLatin1, Dpt(4, 2)},  {&kText, Dpt(16, 0)}, {&kNumber, Dpt(17, 1)},
+        {&kControl, Dpt(18, 1)}, {&kInfo, Dpt(26, 1)},
+    };
+    for (const auto& [converter, dpt] : converters)
+    {
+        SCOPED_TRACE(std::to_string(dpt.mainNumber) + "." + std::to_string(dpt.subNumber));
+        ORUVALUE value = I(7);
+        LogCapture capture;
+        EXPECT_FALSE(converter->FromKnxValue(dpt, KnxStack::GroupValue(), value));
+        EXPECT_EQ(I(7), value);
+        const std::vector<LogLine> errors = [&]
+        {
+            std::vector<LogLine> found;
+            for (const LogLine& l : capture.Lines())
+                if (l.level >= log4cplus::ERROR_LOG_LEVEL)
+                    found.push_back(l);
+            return found;
+        }();
+        ASSERT_EQ(1u, errors.size());
+        EXPECT_EQ(0u, errors[0].line.rfind("FromKnxValue (", 0)) << errors[0].line;
+        EXPECT_EQ(0u, errors[0].text.rfind("Exception caught during conversion of GroupValue for DPT " +
+                                               std::to_string(dpt.mainNumber) + "." +
+                                               std::to_string(dpt.subNumber) + ", bytes = : ",
+                                           0))
+            << errors[0].text;
     }
 }
 

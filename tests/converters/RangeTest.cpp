@@ -53,6 +53,8 @@ TEST(Range, ScaleFactorAndItsFailures)
             c.error.empty() ? std::vector<std::string>{} : std::vector<std::string>{c.error};
         EXPECT_EQ(expected, capture.Texts());
         EXPECT_EQ(expected, capture.Texts(log4cplus::ERROR_LOG_LEVEL));
+        for (const LogLine& line : capture.Lines()) // every range class logs as CalculateScaleFactor
+            EXPECT_EQ(0u, line.line.rfind("CalculateScaleFactor (KnxConverterRange.cpp:", 0)) << line.line;
     }
     EXPECT_EQ("IntegerRange(0, 4294967295, 0, 4294967295)", // the 32-bit class's prefix, deliberately
               LongIntegerRange(0, 4294967295LL, 0, 4294967295LL).ToString());

@@ -158,6 +158,15 @@ TEST(GroupValueOruValue, LinesOnce)
         EXPECT_EQ(any || lines.empty() ? "" : lines.back(), any ? "" : row.message);
         EXPECT_EQ(std::count(lines.begin(), lines.end(), row.message),
                   row.message.empty() || row.message == "*" ? 0 : 1);
+        // The row's own line comes from the function the caller called, not from a helper of it.
+        const std::vector<LumTest::LogLine> all = log.Lines();
+        if (!row.message.empty() && !all.empty())
+        {
+            const std::string& line = all.back().line;
+            EXPECT_TRUE(line.rfind("OruValueToGroupValue (", 0) == 0 ||
+                        line.rfind("GroupValueToOruValue (", 0) == 0)
+                << line;
+        }
     }
 }
 

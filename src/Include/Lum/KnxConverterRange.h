@@ -49,7 +49,8 @@ class LUM_OM_API FloatIntegerRange
 public:
     // The span of the KNX 2-byte float onto the full signed 32-bit range.
     FloatIntegerRange();
-    FloatIntegerRange(double internalMin, double internalMax, std::int32_t externalMin, std::int32_t externalMax);
+    FloatIntegerRange(double internalMin, double internalMax, std::int32_t externalMin,
+                      std::int32_t externalMax);
     void CalculateScaleFactor();
     std::string ToString() const;
 

@@ -2,14 +2,6 @@
 
 // Every public header of the object-model library and of the platform it uses.
 
-#include <Platform/BoundedInt.h>
-#include <Platform/DeviceStackClient.h>
-#include <Platform/Export.h>
-#include <Platform/KnxStack.h>
-#include <Platform/Logging.h>
-#include <Platform/OruValue.h>
-#include <Platform/Text.h>
-#include <Platform/TimeOfDay.h>
 #include <Lum/AppHostConfig.h>
 #include <Lum/Docket.h>
 #include <Lum/DscAsyncRequestMessenger.h>
@@ -33,3 +25,11 @@
 #include <Lum/RequestMessengerDeviceStack.h>
 #include <Lum/TimeOfDay.h>
 #include <Lum/Unreachable.h>
+#include <Platform/BoundedInt.h>
+#include <Platform/DeviceStackClient.h>
+#include <Platform/Export.h>
+#include <Platform/KnxStack.h>
+#include <Platform/Logging.h>
+#include <Platform/OruValue.h>
+#include <Platform/Text.h>
+#include <Platform/TimeOfDay.h>

@@ -20,11 +20,11 @@ LUM_OM_API UTF8String RepairUTF8(std::string text);
 // "result.ivt == expectedType". Instantiated for bool, unsigned char, short,
 // unsigned short, long, unsigned long, double, std::string, UTF8String and
 // LumApp::TimeOfDay.
-template <typename T>
-LUM_OM_API ORUVALUE ToOruValue(const T& value, OruValueType expectedType);
+template <typename T> LUM_OM_API ORUVALUE ToOruValue(const T& value, OruValueType expectedType);
 
 // An ORUVALUE of the given type holding the time; empty (type 1) for a time
-// past 2038-01-19 03:14:07.
+// past 2038-01-19 03:14:07, and for a time that is no date (not-a-date-time,
+// +-infinity) after an ERROR line with the date library's reason.
 LUM_OM_API ORUVALUE ToOruValue(const boost::posix_time::ptime& time, OruValueType type);
 
 } // namespace Lum

@@ -8,17 +8,18 @@ namespace Lum
 {
 
 // Logs FATAL "This statement should not be executed. There is a bug somewhere
-// around <file>:<line>" and terminates the process.
-[[noreturn]] LUM_OM_API void ReportUnreachable(const char* file, int line);
+// around <file>:<line>" in the name of the function that reached the case
+// (the file without its directories, as assertions print it), writes the
+// same to stderr and terminates the process.
+[[noreturn]] LUM_OM_API void ReportUnreachable(const char* function, const char* file, int line);
 
-template <typename T>
-T UndefinedBehaviourIfNone(boost::optional<T> value)
+template <typename T> T UndefinedBehaviourIfNone(boost::optional<T> value)
 {
     if (!value)
-        ReportUnreachable(__FILE__, __LINE__);
+        ReportUnreachable(__func__, __FILE__, __LINE__);
     return std::move(*value);
 }
 
 } // namespace Lum
 
-#define LUM_UNREACHABLE() ::Lum::ReportUnreachable(__FILE__, __LINE__)
+#define LUM_UNREACHABLE() ::Lum::ReportUnreachable(__func__, __FILE__, __LINE__)
