@@ -5,7 +5,10 @@
 #include <boost/filesystem/path.hpp>
 #include <rapidxml/rapidxml.hpp>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <memory>
 
 namespace Lum
@@ -176,6 +179,47 @@ bool NestingWithin(const char* p, std::size_t maxDepth)
     }
 }
 
+// Dense markup costs the parser far more than its text: every node of a
+// few bytes takes about a hundred. The parser's blocks come from here and
+// stop at a budget, so that a hostile file cannot take the memory of the
+// process. Plain functions are all the parser takes: the budget is the
+// loading thread's.
+struct BudgetExceeded
+{
+};
+
+thread_local std::size_t t_documentMemoryLeft = 0;
+
+void* AllocateFromBudget(std::size_t size)
+{
+    if (size > t_documentMemoryLeft)
+        throw BudgetExceeded();
+    void* memory = std::malloc(size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    t_documentMemoryLeft -= size;
+    return memory;
+}
+
+void FreeToBudget(void* memory)
+{
+    std::free(memory);
+}
+
+// Sets the budget of one parse; the parser's blocks go with the document.
+class DocumentBudget
+{
+public:
+    DocumentBudget(rapidxml::xml_document<char>& document, std::size_t bytes)
+    {
+        t_documentMemoryLeft = bytes;
+        document.set_allocator(&AllocateFromBudget, &FreeToBudget);
+    }
+    ~DocumentBudget() { t_documentMemoryLeft = 0; }
+    DocumentBudget(const DocumentBudget&) = delete;
+    DocumentBudget& operator=(const DocumentBudget&) = delete;
+};
+
 bool NameIs(const XmlNode& node, const char* name)
 {
     return node.type() == rapidxml::node_element && node.name_size() == std::strlen(name) &&
@@ -217,16 +261,33 @@ void AppHostConfiguration::LoadConfigurationFile()
 
 void AppHostConfiguration::LoadConfigurationFile(const std::string& path)
 {
-    boost::optional<std::vector<char>> text = LoadFile(path);
-    if (!text)
+    try
     {
-        // A path prints quoted, with '"' and '&' escaped by '&'.
-        LUM_LOG_ERROR("App host config file cannot be read from: " << boost::filesystem::path(path));
-        return;
+        LoadFileStatus status = LoadFileStatus::Loaded;
+        boost::optional<std::vector<char>> text = LoadFile(path, MaxFileSize, status);
+        if (!text)
+        {
+            // A path prints quoted, with '"' and '&' escaped by '&'.
+            if (status == LoadFileStatus::CannotOpen)
+                LUM_LOG_ERROR("App host config file cannot be read from: " << boost::filesystem::path(path));
+            else if (status == LoadFileStatus::TooLarge)
+                LUM_LOG_ERROR("App host config file cannot be read from: " << boost::filesystem::path(path)
+                                                                           << ": larger than " << MaxFileSize
+                                                                           << " bytes");
+            else
+                LUM_LOG_ERROR("App host config file cannot be read from: " << boost::filesystem::path(path)
+                                                                           << ": " << Describe(status));
+            return;
+        }
+        text->push_back('\0');
+        if (!LoadAppHostConfigXML(text->data()))
+            LUM_LOG_ERROR("Falling back to standard configuration.");
     }
-    text->push_back('\0');
-    if (!LoadAppHostConfigXML(text->data()))
-        LUM_LOG_ERROR("Falling back to standard configuration.");
+    catch (const std::bad_alloc&)
+    {
+        LUM_LOG_ERROR("App host config file cannot be read from: " << boost::filesystem::path(path)
+                                                                   << ": not enough memory");
+    }
 }
 
 bool AppHostConfiguration::LoadAppHostConfigXML(char* text)
@@ -243,15 +304,29 @@ bool AppHostConfiguration::LoadAppHostConfigXML(char* text)
         return false;
     }
 
-    // About 64 KiB of static pool: too much for a small thread stack.
-    auto document = std::make_unique<rapidxml::xml_document<char>>();
+    const std::size_t budget = std::max(MinDocumentMemory, DocumentMemoryFactor * std::strlen(text));
+    std::unique_ptr<rapidxml::xml_document<char>> document;
     try
     {
+        // About 64 KiB of static pool: too much for a small thread stack.
+        document = std::make_unique<rapidxml::xml_document<char>>();
+        const DocumentBudget scope(*document, budget);
         document->parse<0>(text);
     }
     catch (const rapidxml::parse_error& error)
     {
         LUM_LOG_ERROR("Failed to read configuration file: " << error.what());
+        return false;
+    }
+    catch (const BudgetExceeded&)
+    {
+        LUM_LOG_ERROR("Failed to read configuration file: the document needs more than " << budget
+                                                                                          << " bytes of memory");
+        return false;
+    }
+    catch (const std::bad_alloc&)
+    {
+        LUM_LOG_ERROR("Failed to read configuration file: not enough memory");
         return false;
     }
 

@@ -1,47 +1,140 @@
 #include <Lum/LoadFile.h>
 
-#include <boost/filesystem/operations.hpp>
-#include <boost/system/error_code.hpp>
-
 #include <algorithm>
-#include <cstdint>
-#include <fstream>
+#include <cerrno>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Lum
 {
 
-boost::optional<std::vector<char>> LoadFile(const std::string& path)
+namespace
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return boost::none;
 
-    // The reported size is only a hint (files of /proc report none): reading
-    // goes on in chunks until the end, and a read error must end up in the
-    // stream state. With the hint the bytes arrive in one read, straight into
-    // the buffer, and the byte after them spares a caller that appends a
-    // terminator another copy of the whole file.
-    std::vector<char> bytes;
-    boost::system::error_code error;
-    const std::uintmax_t hint = boost::filesystem::file_size(path, error);
-    constexpr std::uintmax_t kMaxHint = std::uintmax_t{1} << 30;
-    if (!error && hint > 0 && hint < kMaxHint)
-        bytes.reserve(static_cast<std::size_t>(hint) + 1);
+// Closes the descriptor on every way out.
+class Descriptor
+{
+public:
+    explicit Descriptor(int fd) : m_fd(fd) {}
+    ~Descriptor()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int Get() const { return m_fd; }
 
-    constexpr std::size_t kMinChunk = 8 * 1024;
+private:
+    int m_fd;
+};
+
+LoadFileStatus Load(const std::string& path, std::size_t maxBytes, std::vector<char>& bytes)
+{
+    // O_NONBLOCK: opening a FIFO without a writer must not wait for one.
+    const Descriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (fd.Get() < 0)
+        return LoadFileStatus::CannotOpen;
+    struct stat info;
+    if (::fstat(fd.Get(), &info) != 0)
+        return LoadFileStatus::ReadFailed;
+    if (!S_ISREG(info.st_mode))
+        return LoadFileStatus::NotRegularFile;
+    if (info.st_size < 0 || static_cast<unsigned long long>(info.st_size) > maxBytes)
+        return LoadFileStatus::TooLarge;
+
+    // The size is a hint only (files of /proc report none, others grow):
+    // reading goes on until the end or past the limit. Reads go straight into
+    // the buffer while it has room, keeping one byte spare for a terminator;
+    // the read that finds the end goes to a scratch buffer, so that a file of
+    // the announced size is never copied.
+    bytes.reserve(static_cast<std::size_t>(info.st_size) + 1);
     for (;;)
     {
         const std::size_t used = bytes.size();
-        const std::size_t chunk = std::max(kMinChunk, bytes.capacity() - used);
-        bytes.resize(used + chunk);
-        in.read(bytes.data() + used, static_cast<std::streamsize>(chunk));
-        bytes.resize(used + static_cast<std::size_t>(in.gcount()));
-        if (!in)
-            break;
+        if (used > maxBytes)
+            return LoadFileStatus::TooLarge;
+        // One byte beyond the limit is enough to see a file that outgrew it.
+        const std::size_t allowed = maxBytes - used + 1;
+        const std::size_t room = bytes.capacity() - used;
+        ssize_t got = 0;
+        if (room >= 2)
+        {
+            const std::size_t chunk = std::min(room - 1, allowed);
+            bytes.resize(used + chunk);
+            got = ::read(fd.Get(), bytes.data() + used, chunk);
+            bytes.resize(used + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        }
+        else
+        {
+            char scratch[8 * 1024];
+            got = ::read(fd.Get(), scratch, std::min(sizeof scratch, allowed));
+            if (got > 0)
+                bytes.insert(bytes.end(), scratch, scratch + got);
+        }
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return LoadFileStatus::ReadFailed;
+        if (got == 0)
+            return LoadFileStatus::Loaded;
     }
-    if (in.bad())
+}
+
+} // namespace
+
+const char* Describe(LoadFileStatus status)
+{
+    switch (status)
+    {
+    case LoadFileStatus::Loaded:
+        return "loaded";
+    case LoadFileStatus::CannotOpen:
+        return "cannot be opened";
+    case LoadFileStatus::NotRegularFile:
+        return "not a regular file";
+    case LoadFileStatus::TooLarge:
+        return "larger than the limit";
+    case LoadFileStatus::ReadFailed:
+        return "read error";
+    case LoadFileStatus::OutOfMemory:
+        return "not enough memory";
+    }
+    return "unknown";
+}
+
+boost::optional<std::vector<char>> LoadFile(const std::string& path, std::size_t maxBytes, LoadFileStatus& status)
+{
+    try
+    {
+        std::vector<char> bytes;
+        status = Load(path, maxBytes, bytes);
+        if (status != LoadFileStatus::Loaded)
+            return boost::none;
+        return bytes;
+    }
+    catch (const std::bad_alloc&)
+    {
+        status = LoadFileStatus::OutOfMemory;
         return boost::none;
-    return bytes;
+    }
+    catch (const std::length_error&)
+    {
+        status = LoadFileStatus::OutOfMemory;
+        return boost::none;
+    }
+}
+
+boost::optional<std::vector<char>> LoadFile(const std::string& path)
+{
+    LoadFileStatus status = LoadFileStatus::Loaded;
+    // Leaves room for the one byte a caller appends.
+    return LoadFile(path, std::numeric_limits<std::size_t>::max() - 1, status);
 }
 
 } // namespace Lum

@@ -7,8 +7,17 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <functional>
+#include <sstream>
+
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <atomic>
 #include <fstream>
+#include <iostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -132,7 +141,14 @@ struct HostileCase
 };
 
 const std::string kFail = "Failed to read configuration file: ";
-const std::string kTooDeep = kFail + "elements nested deeper than 256 levels";
+const std::size_t kLimit = AppHostConfiguration::MaxElementNesting;
+const std::string kTooDeep = kFail + "elements nested deeper than " + std::to_string(kLimit) + " levels";
+const std::string kDense = "<LumAppHostConfig" + std::string(180000 * 6, ' ') + " WithoutKNX=\"1\"/>";
+std::string TooDense(const std::string& text)
+{
+    return kFail + "the document needs more than " +
+           std::to_string(AppHostConfiguration::DocumentMemoryFactor * text.size()) + " bytes of memory";
+}
 
 // What comes before a failure is well-formed and would change fields.
 const std::string kValid = R"(<LumAppHostConfig WithoutKNX="1"><ObjectModelConfig Path="/om"/>)";
@@ -150,13 +166,16 @@ const std::vector<HostileCase> kHostileCases = {
     {"TruncatedInAttribute", kValid + R"(<X a="1)", {kFail + "expected ' or \""}, "....."},
     {"ByteOrderMarkSkipped", "\xEF\xBB\xBF" + Nested(1), {}, "...K. om=/om"},
     {"DoubleByteOrderMark", "\xEF\xBB\xBF\xEF\xBB\xBF" + Nested(1), {kFail + "expected <"}, "....."},
-    {"AtNestingLimit", Nested(256), {}, "...K. om=/om"},
-    {"BeyondNestingLimit", Nested(257), {kTooDeep}, "....."},
+    {"AtNestingLimit", Nested(kLimit), {}, "...K. om=/om"},
+    {"BeyondNestingLimit", Nested(kLimit + 1), {kTooDeep}, "....."},
     {"HundredThousandLevels", Nested(100000), {kTooDeep}, "....."},
     {"HundredThousandUnclosed", Nested(100000, "<a>", ""), {kTooDeep}, "....."},
     {"MarkupThatIsNoLevel", Nested(2, "<!--" + Repeat("<a>", 300) + "--><![CDATA[" + Repeat("<a>", 300) +
         "]]><?pi " + Repeat("<a>", 300) + "?><e x='" + Repeat("<a>", 300) + "'/>", ""), {}, "...K. om=/om"},
-    {"MegabyteOfAttributes", "<LumAppHostConfig" + Repeat(" a='x'", 180000) + " WithoutKNX=\"1\"/>", {}, "...K."},
+    // Nodes cost the parser about a hundred bytes each: denser than its budget is refused unparsed.
+    {"DenseAttributesWithinBudget", "<LumAppHostConfig" + Repeat(" a='x'", 8000) + " WithoutKNX=\"1\"/>", {}, "...K."},
+    {"MegabyteOfAttributes", "<LumAppHostConfig" + Repeat(" a='x'", 180000) + " WithoutKNX=\"1\"/>",
+        {TooDense(kDense)}, "....."},
     // The file loader supplies the terminator the parser needs; the parser stops at a zero byte.
     {"NoTerminator", "<LumAppHostConfig WithoutKNX=\"1\"/>", {}, "...K."},
     {"ZeroByteEndsText", std::string("<LumAppHostConfig WithoutKNX=\"1\"/>") + '\0' + "<x", {}, "...K."},
@@ -298,6 +317,151 @@ TEST(AppHostConfigSwitches, ExchangeExcludesLikeALock)
     EXPECT_EQ((std::array<long, 3>{counters[0], counters[1], releasesFoundClear}),
               (std::array<long, 3>{2 * kRounds, 2 * kRounds, 0}));
     EXPECT_EQ(State(config), ".....");
+}
+
+} // namespace
+
+namespace
+{
+
+// A file that cannot be read as a configuration: what it is, and the reason the line gives.
+struct UnreadableCase
+{
+    const char* name;
+    std::function<std::string(const fs::path& dir)> make; // returns the path to load
+    std::string reason; // after the quoted path; empty: the plain line
+};
+
+TEST(AppHostConfigFile, NoFileThatIsNotARegularFileOfSaneSizeIsReadAndNothingBlocks)
+{
+    const fs::path dir = fs::temp_directory_path() / fs::unique_path("lum-config-%%%%-%%%%");
+    fs::create_directories(dir);
+    const std::vector<UnreadableCase> cases = {
+        {"EndlessDevice", [](const fs::path&) { return std::string("/dev/zero"); }, ": not a regular file"},
+        {"Fifo",
+         [](const fs::path& d) {
+             const std::string path = (d / "fifo").string();
+             EXPECT_EQ(0, ::mkfifo(path.c_str(), 0600));
+             return path;
+         },
+         ": not a regular file"},
+        {"Directory", [](const fs::path& d) { return d.string(); }, ": not a regular file"},
+        {"AboveTheSizeLimit",
+         [](const fs::path& d) {
+             const std::string path = (d / "big.xml").string();
+             std::ofstream(path) << "<LumAppHostConfig WithoutKNX='1'/>";
+             fs::resize_file(path, AppHostConfiguration::MaxFileSize + 1); // sparse: costs no disk
+             return path;
+         },
+         ": larger than " + std::to_string(AppHostConfiguration::MaxFileSize) + " bytes"},
+        {"Missing", [](const fs::path& d) { return (d / "missing.xml").string(); }, ""},
+    };
+    for (const UnreadableCase& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        const std::string path = c.make(dir);
+        LumTest::LogCapture log;
+        AppHostConfiguration config;
+        config.SetAppDebugMode(true);
+        config.LoadConfigurationFile(path);
+        std::ostringstream quoted;
+        quoted << fs::path(path);
+        EXPECT_EQ(log.Texts(), std::vector<std::string>{"App host config file cannot be read from: " +
+                                                         quoted.str() + c.reason});
+        EXPECT_EQ(State(config), "D....");
+        if (c.reason == ": not a regular file")
+        {
+            EXPECT_FALSE(Lum::LoadFile(path)); // the plain loader refuses them as well
+        }
+    }
+    fs::remove_all(dir);
+}
+
+// The loader's deepest document on a thread with a small stack, as app threads often have.
+TEST(AppHostConfig, DocumentAtTheNestingLimitParsesOnA64KiBStack)
+{
+    std::string text = Nested(kLimit);
+    bool loaded = false;
+    pthread_attr_t attributes;
+    ASSERT_EQ(0, pthread_attr_init(&attributes));
+    ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, 64 * 1024));
+    struct Job
+    {
+        std::string* text;
+        bool* loaded;
+    } job{&text, &loaded};
+    pthread_t thread;
+    ASSERT_EQ(0, pthread_create(
+                     &thread, &attributes,
+                     [](void* arg) -> void* {
+                         Job& j = *static_cast<Job*>(arg);
+                         AppHostConfiguration config;
+                         *j.loaded = config.LoadAppHostConfigXML(&(*j.text)[0]) && config.IsAppHostWithoutKNX();
+                         return nullptr;
+                     },
+                     &job));
+    ASSERT_EQ(0, pthread_join(thread, nullptr));
+    pthread_attr_destroy(&attributes);
+    EXPECT_TRUE(loaded);
+}
+
+// Peak memory of loading one file, measured in a child process of its own.
+long PeakGrowthKiB(const std::string& path, bool& loaded)
+{
+    int pipeEnds[2];
+    if (::pipe(pipeEnds) != 0)
+        return -1;
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        rusage before{};
+        ::getrusage(RUSAGE_SELF, &before);
+        AppHostConfiguration config;
+        config.LoadConfigurationFile(path);
+        rusage after{};
+        ::getrusage(RUSAGE_SELF, &after);
+        const long result[2] = {after.ru_maxrss - before.ru_maxrss, config.IsAppHostWithoutKNX() ? 1L : 0L};
+        const bool written = ::write(pipeEnds[1], result, sizeof result) == static_cast<ssize_t>(sizeof result);
+        ::_exit(written ? 0 : 1);
+    }
+    ::close(pipeEnds[1]);
+    long result[2] = {-1, 0};
+    const bool read = ::read(pipeEnds[0], result, sizeof result) == static_cast<ssize_t>(sizeof result);
+    ::close(pipeEnds[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    loaded = result[1] == 1;
+    return read && WIFEXITED(status) && WEXITSTATUS(status) == 0 ? result[0] : -1;
+}
+
+TEST(AppHostConfigFile, LoadingCostsAboutThreeTimesTheFile)
+{
+    const std::size_t size = 10 * 1024 * 1024;
+    const std::string head = "<LumAppHostConfig WithoutKNX='1'>";
+    // Ten MiB of the smallest elements (refused by the document budget), and ten MiB of comment
+    // around a real setting (loaded).
+    const struct
+    {
+        const char* name;
+        std::string text;
+        bool loads;
+    } cases[] = {
+        {"Dense", head + Repeat("<a/>", (size - head.size()) / 4) + "</LumAppHostConfig>", false},
+        {"Padded", head + "<!--" + std::string(size, '-').replace(0, 1, " ") + " -->" + "</LumAppHostConfig>",
+         true},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        const TempFile file(c.text);
+        bool loaded = false;
+        const long growthKiB = PeakGrowthKiB(file.path, loaded);
+        ASSERT_GE(growthKiB, 0);
+        EXPECT_EQ(c.loads, loaded);
+        // Three times the file, and some room for the allocator's own pages.
+        EXPECT_LT(growthKiB, static_cast<long>(3 * c.text.size() / 1024 + 4096));
+        std::cout << c.name << ": " << c.text.size() / 1024 << " KiB file, peak growth " << growthKiB << " KiB\n";
+    }
 }
 
 } // namespace

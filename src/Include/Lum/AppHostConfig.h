@@ -28,7 +28,16 @@ class LUM_OM_API AppHostConfiguration
 public:
     // The XML parser recurses once per element level; deeper documents are
     // rejected before parsing so that a hostile file cannot exhaust the stack.
-    static constexpr std::size_t MaxElementNesting = 256;
+    // A document at this limit parses on a thread with 64 KiB of stack (it
+    // takes about 36 KiB on x86-64, less on 32-bit ARM).
+    static constexpr std::size_t MaxElementNesting = 128;
+    // An app host file is a few KiB; larger files are refused unread.
+    static constexpr std::size_t MaxFileSize = 16 * 1024 * 1024;
+    // The parsed document may take up to this many times the text's size (at
+    // least MinDocumentMemory); a denser document is refused, so that loading
+    // costs about three times the file at most, the file itself included.
+    static constexpr std::size_t DocumentMemoryFactor = 2;
+    static constexpr std::size_t MinDocumentMemory = 1024 * 1024;
 
     // All switches off, all paths empty; does not read the file.
     AppHostConfiguration() = default;
@@ -36,14 +45,16 @@ public:
     AppHostConfiguration& operator=(const AppHostConfiguration&) = delete;
 
     // Applies the file at AppHostConfigFilePath over the current values; on
-    // any failure logs why and keeps them.
+    // any failure logs one ERROR line naming the file and why (a missing file,
+    // one that is no regular file or above MaxFileSize, bad XML), keeps them
+    // and never throws.
     void LoadConfigurationFile();
     // The same from another place (tests, tools).
     void LoadConfigurationFile(const std::string& path);
 
     // Parses the zero-terminated text in place (it is modified) and applies
     // it. False, with an ERROR line and nothing applied, when the text is not
-    // well-formed or nests too deeply.
+    // well-formed, nests too deeply or needs more memory than its budget.
     bool LoadAppHostConfigXML(char* text);
 
     bool IsInAppDebugMode() const { return m_appDebugMode.load(); }
