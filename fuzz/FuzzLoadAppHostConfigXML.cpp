@@ -6,7 +6,11 @@
 
 #include <Lum/AppHostConfig.h>
 
+// GCC's optimiser sees null paths inside the parser that its own checks exclude.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnull-dereference"
 #include <rapidxml/rapidxml.hpp>
+#pragma GCC diagnostic pop
 
 #include <algorithm>
 #include <cstdlib>
