@@ -2,12 +2,13 @@
 // override and link unchanged. Each pointer below has the exact type of a
 // published function (const-ness, static-ness and parameter types included),
 // so a declaration that drifts breaks this file before it breaks an
-// application; taking the addresses makes the linker look for every symbol.
+// application.
 #include <Lum/ObjectModel.h>
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <type_traits>
 
 namespace
 {
@@ -36,12 +37,11 @@ public:
     KnxConverter* Clone() const override { return new AppConverter(*this); }
 };
 
-template <typename T> constexpr bool Bound(T pointer)
-{
-    return pointer != nullptr;
-}
+// Selecting the function with a cast to the published type compiles only when a declaration of
+// exactly that type exists.
 #define LUM_BINDS(function, ...)                                                                             \
-    static_assert(Bound<__VA_ARGS__>(function), #function " has its published type")
+    static_assert(std::is_same_v<decltype(static_cast<__VA_ARGS__>(function)), __VA_ARGS__>,                 \
+                  #function " has its published type")
 
 // Converter interface.
 LUM_BINDS(&KnxConverter::ToKnxValue, bool (KnxConverter::*)(const KNXDPT&, const ORUVALUE&, GV&));
