@@ -1,5 +1,6 @@
 #include "Cli.h"
 
+#include <DptVocabulary.h>
 #include <Lum/KnxValueConverter.h>
 #include <Platform/Logging.h>
 
@@ -60,6 +61,25 @@ private:
 };
 } // namespace
 
+namespace
+{
+// Level and message: the library's function and source line mean nothing to
+// an integrator at a console.
+class MessageOnlyLayout : public log4cplus::Layout
+{
+public:
+    void formatAndAppend(log4cplus::tostream& output,
+                         const log4cplus::spi::InternalLoggingEvent& event) override
+    {
+        const std::string& line = event.getMessage();
+        const auto pos = line.find(" - ");
+        std::string level = log4cplus::getLogLevelManager().toString(event.getLogLevel());
+        level.resize(std::max<std::size_t>(level.size(), 5), ' ');
+        output << level << ' ' << (pos == std::string::npos ? line : line.substr(pos + 3)) << '\n';
+    }
+};
+} // namespace
+
 boost::optional<KNXDPT> ParseDpt(const std::string& text)
 {
     const auto dot = text.find('.');
@@ -82,12 +102,7 @@ boost::optional<KNXDPT> ParseDpt(const std::string& text)
 
 std::string FormatDpt(const KNXDPT& dpt)
 {
-    if (dpt.subNumber == 0)
-        return std::to_string(dpt.mainNumber) + ".x";
-    std::string sub = std::to_string(dpt.subNumber);
-    if (sub.size() < 3)
-        sub.insert(0, 3 - sub.size(), '0');
-    return std::to_string(dpt.mainNumber) + "." + sub;
+    return Lum::Vocabulary::DptName(dpt.mainNumber, dpt.subNumber);
 }
 
 boost::optional<std::vector<unsigned char>> ParseHex(const std::string& text)
@@ -107,6 +122,44 @@ boost::optional<std::vector<unsigned char>> ParseHex(const std::string& text)
     for (std::size_t i = 0; i < digits.size(); i += 2)
         bytes.push_back(static_cast<unsigned char>(std::stoul(digits.substr(i, 2), nullptr, 16)));
     return bytes;
+}
+
+std::string FormatHex(const std::vector<unsigned char>& bytes)
+{
+    static const char digits[] = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(bytes.size() * 3);
+    for (const unsigned char b : bytes)
+    {
+        if (!text.empty())
+            text.push_back(' ');
+        text.push_back(digits[b >> 4]);
+        text.push_back(digits[b & 15]);
+    }
+    return text;
+}
+
+std::string EscapeControls(const std::string& text)
+{
+    std::string out;
+    for (const char c : text)
+    {
+        const auto b = static_cast<unsigned char>(c);
+        if (c == '\t')
+            out += "\\t";
+        else if (c == '\n')
+            out += "\\n";
+        else if (b < 0x20 || b == 0x7F)
+        {
+            static const char digits[] = "0123456789ABCDEF";
+            out += "\\x";
+            out.push_back(digits[b >> 4]);
+            out.push_back(digits[b & 15]);
+        }
+        else
+            out.push_back(c);
+    }
+    return out;
 }
 
 KnxStack::GroupValue MakeGroupValue(std::uint16_t mainNumber, const std::vector<unsigned char>& bytes)
@@ -131,11 +184,17 @@ LibraryMessages::~LibraryMessages()
     logger.removeAppender(m_appender);
 }
 
-void LibraryMessages::Clear() { static_cast<RecordingAppender&>(*m_appender).Clear(); }
+void LibraryMessages::Clear()
+{
+    static_cast<RecordingAppender&>(*m_appender).Clear();
+}
 
-std::string LibraryMessages::First() const { return static_cast<RecordingAppender&>(*m_appender).First(); }
+std::string LibraryMessages::First() const
+{
+    return static_cast<RecordingAppender&>(*m_appender).First();
+}
 
-void ConfigureLogging(const std::string& level)
+void ConfigureLogging(const std::string& level, bool detail)
 {
     static const std::map<std::string, log4cplus::LogLevel> levels = {
         {"debug", log4cplus::DEBUG_LOG_LEVEL}, {"info", log4cplus::INFO_LOG_LEVEL},
@@ -151,7 +210,10 @@ void ConfigureLogging(const std::string& level)
     logger.setLogLevel(std::min(found->second, log4cplus::WARN_LOG_LEVEL));
     logger.setAdditivity(false);
     log4cplus::SharedAppenderPtr console(new log4cplus::ConsoleAppender(true /* stderr */, true));
-    console->setLayout(std::unique_ptr<log4cplus::Layout>(new log4cplus::PatternLayout("%-5p %m%n")));
+    if (detail)
+        console->setLayout(std::unique_ptr<log4cplus::Layout>(new log4cplus::PatternLayout("%-5p %m%n")));
+    else
+        console->setLayout(std::unique_ptr<log4cplus::Layout>(new MessageOnlyLayout));
     console->setThreshold(found->second);
     logger.addAppender(console);
 }

@@ -22,11 +22,18 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// Input that cannot be read at all (a missing file, a directory): exit 2 too.
+class InputError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
 struct Command
 {
     const char* name;
     const char* synopsis;
-    const char* help;
+    std::string help;
     std::function<int(const std::vector<std::string>& args)> run;
 };
 
@@ -36,6 +43,11 @@ boost::optional<KNXDPT> ParseDpt(const std::string& text);
 std::string FormatDpt(const KNXDPT& dpt);
 // Hexadecimal bytes, optionally separated by blanks or colons ("0C 33", "0c33").
 boost::optional<std::vector<unsigned char>> ParseHex(const std::string& text);
+// "0C 33".
+std::string FormatHex(const std::vector<unsigned char>& bytes);
+// The text with control characters written as \t, \n or \xNN, so that
+// whatever a file holds prints on one line and moves no cursor.
+std::string EscapeControls(const std::string& text);
 // A group value as the bus delivers it: values of up to six bits arrive in
 // six bits, longer ones in whole bytes.
 KnxStack::GroupValue MakeGroupValue(std::uint16_t mainNumber, const std::vector<unsigned char>& bytes);
@@ -59,8 +71,9 @@ private:
 };
 
 // Sends the library's log to standard error from the given level on
-// ("debug", "info", "warn", "error", "fatal", "off").
-void ConfigureLogging(const std::string& level);
+// ("debug", "info", "warn", "error", "fatal", "off"): level and message, or
+// with `detail` the whole line with the library's function and source line.
+void ConfigureLogging(const std::string& level, bool detail = false);
 
 int RunDecode(const std::vector<std::string>& args);
 int RunEncode(const std::vector<std::string>& args);

@@ -9,11 +9,14 @@ namespace LumKnx
 
 namespace
 {
-void PrintSwitch(const char* name, bool on) { std::cout << "  " << name << ": " << (on ? "on" : "off") << '\n'; }
+void PrintSwitch(const char* name, bool on)
+{
+    std::cout << "  " << name << ": " << (on ? "on" : "off") << '\n';
+}
 
 void PrintPath(const char* name, const boost::optional<std::string>& path)
 {
-    std::cout << "  " << name << ": " << (path ? *path : "(not set)") << '\n';
+    std::cout << "  " << name << ": " << (path ? EscapeControls(*path) : "(not set)") << '\n';
 }
 } // namespace
 
@@ -28,9 +31,10 @@ int RunConfig(const std::vector<std::string>& args)
     configuration.LoadConfigurationFile(path);
     const std::string problem = messages.First();
 
-    std::cout << "configuration: " << path << '\n';
+    std::cout << "configuration: " << EscapeControls(path) << '\n';
     if (!problem.empty())
-        std::cout << "  (not applied: " << problem << "; the built-in defaults are in force)\n";
+        std::cout << "  (not applied: " << EscapeControls(problem)
+                  << "; the built-in defaults are in force)\n";
     PrintSwitch("app host without KNX", configuration.IsAppHostWithoutKNX());
     PrintSwitch("terminate on firmware update", configuration.IsAppHostTerminateOnFirmwareUpdate());
     PrintSwitch("app debug mode", configuration.IsInAppDebugMode());

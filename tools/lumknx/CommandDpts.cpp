@@ -30,14 +30,12 @@ std::string ClassName(const Lum::KnxConverter& converter)
     return text;
 }
 
-template <typename... Converters>
-struct RangeOf
+template <typename... Converters> struct RangeOf
 {
     static std::string Of(const Lum::KnxConverter&) { return "-"; }
 };
 
-template <typename First, typename... Rest>
-struct RangeOf<First, Rest...>
+template <typename First, typename... Rest> struct RangeOf<First, Rest...>
 {
     static std::string Of(const Lum::KnxConverter& converter)
     {
@@ -49,13 +47,17 @@ struct RangeOf<First, Rest...>
 
 using RangedConverters =
     RangeOf<Lum::KnxConverter4Bit, Lum::KnxConverterByte8BitUnsigned, Lum::KnxConverterInteger8BitSigned,
-            Lum::KnxConverterStatus8Bit, Lum::KnxConverterInteger16BitUnsigned, Lum::KnxConverterInteger16BitSigned,
-            Lum::KnxConverterInteger24BitUnsigned, Lum::KnxConverterInteger32BitUnsigned,
-            Lum::KnxConverterInteger32BitSigned, Lum::KnxConverterFloat16BitFloat, Lum::KnxConverterFloat32BitFloat,
-            Lum::KnxConverter8BitString, Lum::KnxConverter14ByteString, Lum::KnxConverterSceneNumber,
-            Lum::KnxConverterSceneControl, Lum::KnxConverterSceneInfo>;
+            Lum::KnxConverterStatus8Bit, Lum::KnxConverterInteger16BitUnsigned,
+            Lum::KnxConverterInteger16BitSigned, Lum::KnxConverterInteger24BitUnsigned,
+            Lum::KnxConverterInteger32BitUnsigned, Lum::KnxConverterInteger32BitSigned,
+            Lum::KnxConverterFloat16BitFloat, Lum::KnxConverterFloat32BitFloat, Lum::KnxConverter8BitString,
+            Lum::KnxConverter14ByteString, Lum::KnxConverterSceneNumber, Lum::KnxConverterSceneControl,
+            Lum::KnxConverterSceneInfo>;
 
-std::string Numbered(int number, const char* name) { return std::to_string(number) + " " + name; }
+std::string Numbered(int number, const char* name)
+{
+    return std::to_string(number) + " " + name;
+}
 } // namespace
 
 int RunDpts(const std::vector<std::string>& args)
@@ -68,7 +70,8 @@ int RunDpts(const std::vector<std::string>& args)
     converter.Init();
     const char* heads[] = {"DPT", "bits", "value type", "sub type", "converter", "range"};
     const int widths[] = {8, 5, 14, 24, 34, 0};
-    auto printRow = [&](const std::string (&cells)[6]) {
+    auto printRow = [&](const std::string(&cells)[6])
+    {
         if (markdown)
         {
             std::cout << '|';
@@ -95,7 +98,8 @@ int RunDpts(const std::vector<std::string>& args)
             printRow({FormatDpt(dpt), std::to_string(e.dpt.bitSize),
                       Numbered(e.ivt, ORUVALUE::GetNameFromValueType(e.ivt)),
                       Numbered(e.ist, OruDP::GetNameFromValueSubType(e.ist)),
-                      e.converter ? ClassName(*e.converter) : "-", e.converter ? RangedConverters::Of(*e.converter) : "-"});
+                      e.converter ? ClassName(*e.converter) : "-",
+                      e.converter ? RangedConverters::Of(*e.converter) : "-"});
             ++count;
         }
     }

@@ -17,8 +17,8 @@ unsigned long NumberArgument(const std::string& text, unsigned long max, const c
 {
     if (text.empty() || text.size() > 10 || !std::all_of(text.begin(), text.end(), ::isdigit) ||
         std::stoull(text) > max)
-        throw UsageError(std::string(what) + " must be a number from 0 to " + std::to_string(max) + ", not '" +
-                         text + "'");
+        throw UsageError(std::string(what) + " must be a number from 0 to " + std::to_string(max) +
+                         ", not '" + text + "'");
     return std::stoul(text);
 }
 
@@ -88,7 +88,10 @@ int RunId(const std::vector<std::string>& argsIn)
         {
             if (i + 1 >= argsIn.size())
                 throw UsageError("--ld needs 1 or 2");
-            ldNumber = static_cast<int>(NumberArgument(argsIn[++i], 2, "--ld"));
+            const std::string& value = argsIn[++i];
+            if (value != "1" && value != "2")
+                throw UsageError("--ld must be 1 or 2 (the logical device), not '" + value + "'");
+            ldNumber = value == "1" ? 1 : 2;
         }
         else
             args.push_back(argsIn[i]);
@@ -100,13 +103,16 @@ int RunId(const std::vector<std::string>& argsIn)
         throw UsageError("id needs an identifier or a kind of object; see 'lumknx id --help'");
 
     const std::string& kind = args[0];
+    if (kind.size() > 1 && kind[0] == '-' && std::isdigit(static_cast<unsigned char>(kind[1])))
+        throw UsageError("'" + kind + "' is not an identifier: identifiers are numbers from 0 to 4294967295");
     if (std::isdigit(static_cast<unsigned char>(kind[0])) && args.size() == 1)
     {
         const unsigned long id = NumberArgument(kind, 4294967295ul, "the identifier");
         std::cout << id << '\t' << Describe(id) << '\n';
         return 0;
     }
-    auto needs = [&](std::size_t count) {
+    auto needs = [&](std::size_t count)
+    {
         if (args.size() != count)
             throw UsageError("'id " + kind + "' takes " + std::to_string(count - 1) + " argument(s)");
     };

@@ -2,6 +2,7 @@
 // building. Every conversion, identifier and setting comes from the library;
 // this program only parses arguments and prints.
 #include "Cli.h"
+#include "ValueText.h"
 
 #include <log4cplus/initializer.h>
 
@@ -13,20 +14,28 @@ namespace
 const std::vector<LumKnx::Command>& Commands()
 {
     static const std::vector<LumKnx::Command> commands = {
-        {"decode", "decode DPT HEX", "Decodes the bytes of one group value, e.g. 'decode 9.001 \"0C 33\"'.",
+        {"decode", "decode DPT HEX",
+         "Decodes the bytes of one group value, e.g. 'decode 9.001 \"0C 33\"'. Prints the exact value (what\n"
+         "'encode' takes), a tab, and what it means with its unit and type.",
          LumKnx::RunDecode},
-        {"encode", "encode DPT VALUE", "Encodes one value, e.g. 'encode 9.001 21.5' or 'encode 16.001 \"Hallo\"'.",
+        {"encode", "encode DPT VALUE",
+         std::string("Encodes one value, e.g. 'encode 9.001 21.5' or 'encode 16.001 \"Hallo\"'.\n\n") +
+             LumKnx::kValueForms,
          LumKnx::RunEncode},
         {"trace", "trace [FILE|-]",
          "Decodes a bus trace (CSV: time,source,destination,dpt,data); '-' reads standard input,\n"
-         "no FILE decodes the shipped sample of a day in a small building.",
+         "no FILE decodes the shipped sample of a day in a small building. Each telegram prints\n"
+         "with OK or FAILED and the reason; lines that are no telegram are skipped (lines over\n"
+         "64 KiB too). The counts and the rate go to standard error. Exit status 0 when every\n"
+         "telegram decoded, 1 when some failed or lines were skipped, 2 when FILE cannot be read.",
          LumKnx::RunTrace},
         {"dpts", "dpts [--markdown]", "Lists the supported datapoint types.", LumKnx::RunDpts},
         {"id", "id ID | id co N | id co-value N | id param ip|number|text N | id ld | id app-control ...",
-         "Tells what an object-model identifier denotes, or builds one (--ld 1|2 picks the logical device).",
+         "Tells what an object-model identifier (0..4294967295) denotes, or builds one\n"
+         "(--ld 1|2 picks the logical device, 1 when not given).",
          LumKnx::RunId},
-        {"config", "config [FILE]", "Loads an app host configuration (the fixed path without FILE) and prints it.",
-         LumKnx::RunConfig},
+        {"config", "config [FILE]",
+         "Loads an app host configuration (the fixed path without FILE) and prints it.", LumKnx::RunConfig},
     };
     return commands;
 }
@@ -39,7 +48,10 @@ void PrintUsage(std::ostream& os)
     os << "\noptions:\n"
           "  --log-level LEVEL  library log on standard error from LEVEL on: debug, info, warn, error\n"
           "                     (default), fatal, off\n"
-          "  --help             this text; 'lumknx COMMAND --help' explains a command\n";
+          "  --log-detail       library log lines with the library's function and source line\n"
+          "  --help             this text; 'lumknx COMMAND --help' explains a command\n"
+          "\nexit status: 0 success, 1 some input failed (the reason on standard error),\n"
+          "2 usage error or unreadable input\n";
 }
 
 } // namespace
@@ -52,6 +64,7 @@ int main(int argc, char** argv)
         std::vector<std::string> args;
         std::string level;
         bool help = false;
+        bool detail = false;
         for (int i = 1; i < argc; ++i)
         {
             const std::string arg = argv[i];
@@ -63,6 +76,8 @@ int main(int argc, char** argv)
             }
             else if (arg.rfind("--log-level=", 0) == 0)
                 level = arg.substr(12);
+            else if (arg == "--log-detail")
+                detail = true;
             else if (arg == "--help" || arg == "-h")
                 help = true;
             else
@@ -88,12 +103,17 @@ int main(int argc, char** argv)
             }
             // A trace explains its failures beside each telegram; the console
             // stays quiet unless asked.
-            LumKnx::ConfigureLogging(level.empty() ? (name == "trace" ? "off" : "error") : level);
+            LumKnx::ConfigureLogging(level.empty() ? (name == "trace" ? "off" : "error") : level, detail);
             return c.run(args);
         }
         throw LumKnx::UsageError("unknown command '" + name + "'; see 'lumknx --help'");
     }
     catch (const LumKnx::UsageError& e)
+    {
+        std::cerr << "lumknx: " << e.what() << "\n";
+        return 2;
+    }
+    catch (const LumKnx::InputError& e)
     {
         std::cerr << "lumknx: " << e.what() << "\n";
         return 2;
