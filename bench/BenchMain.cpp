@@ -1,6 +1,8 @@
 // Main of the conversion and configuration benchmarks: log4cplus is set up as
 // in production (WARN, so no debug line is formatted) with every line dropped.
 
+#include "AllocationCounter.h"
+
 #include <Platform/Logging.h>
 
 #include <benchmark/benchmark.h>
@@ -8,6 +10,45 @@
 #include <log4cplus/initializer.h>
 #include <log4cplus/logger.h>
 #include <log4cplus/nullappender.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+std::atomic<std::uint64_t> g_allocations{0};
+} // namespace
+
+std::uint64_t LumBench::Allocations()
+{
+    return g_allocations.load(std::memory_order_relaxed);
+}
+
+// This operator new is malloc underneath, so free is its matching release.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+
+// Every allocation of the process is counted, so a benchmark can report how
+// many its operation makes.
+void* operator new(std::size_t size)
+{
+    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* p = std::malloc(size == 0 ? 1 : size))
+        return p;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* p) noexcept
+{
+    std::free(p);
+}
+
+void operator delete(void* p, std::size_t) noexcept
+{
+    std::free(p);
+}
+#pragma GCC diagnostic pop
 
 int main(int argc, char** argv)
 {

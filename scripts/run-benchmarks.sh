@@ -18,12 +18,20 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$root"
 
 repetitions="${LUM_BENCH_REPETITIONS:-3}"
+# --quick (CI): one short repetition; the figures are printed all the same.
+quick=0
+if [ "${1:-}" = "--quick" ]; then
+  quick=1
+  shift
+  repetitions=1
+  set -- --benchmark_min_time=0.05 "$@"
+fi
 
 # LUM_BENCH_NO_BUILD=1 runs what build/bench already holds.
 if [ "${LUM_BENCH_NO_BUILD:-0}" != 1 ]; then
   "$root/scripts/install-deps.sh"
   cmake --preset bench >/dev/null
-  cmake --build --preset bench -j2 --target LumObjectModelBench LumMessengerBench
+  cmake --build --preset bench -j2 --target LumObjectModelBench LumMessengerBench lumknx
 fi
 
 bin="$root/build/bench/bench"
@@ -53,6 +61,10 @@ function fmt(t) {
   if (t >= 1e3) return sprintf("%10.3f us", t / 1e3)
   return sprintf("%10.1f ns", t)
 }
+# info(label, numerator, denominator): a ratio without a target.
+function info(label, a, b) {
+  if ((a in t) && (b in t) && t[b] > 0) printf "  %-58s %9.2fx\n", label, t[a] / t[b]
+}
 # ratio(label, numerator, denominator, limit)
 function ratio(label, a, b, limit,    r, verdict) {
   if (!(a in t) || !(b in t) || t[b] <= 0) {
@@ -65,7 +77,7 @@ function ratio(label, a, b, limit,    r, verdict) {
   ++total
   if (verdict == "met") ++met
 }
-NR == 1 { next }
+NR == 1 { for (i = 1; i <= NF; ++i) if ($i == "allocs" || $i == "\"allocs\"") acol = i; next }
 {
   name = $1
   gsub(/"/, "", name)
@@ -83,6 +95,7 @@ NR == 1 { next }
   }
   value = (name ~ /\/real_time/) ? $3 : $4
   t[name] = ns(value, $5)
+  if (acol && $acol != "") allocs[name] = $acol
   clock[name] = (name ~ /\/real_time/) ? "wall" : "cpu"
   order[++n] = name
 }
@@ -91,17 +104,23 @@ END {
   for (i = 1; i <= n; ++i) {
     name = order[i]
     if (name in failed) printf "  %-58s %13s\n", name, "ERROR"
-    else printf "  %-58s %s  %s\n", name, fmt(t[name]), clock[name]
+    else printf "  %-58s %s  %s%s\n", name, fmt(t[name]), clock[name], \
+                (name in allocs) ? sprintf("  %g allocations", allocs[name]) : ""
   }
-  printf "\nTargets\n"
+  printf "\nTargets (ratios within this run)\n"
   direct_to = "DirectSetAsFloat16"; direct_from = "DirectGetAsFloat16"
+  floor_dec = "FloorDecode9001"; floor_enc = "FloorEncode9001"
+  ratio("FacadeFromKnxValue/9.001 / FloorDecode9001", "FacadeFromKnxValue/9.001", floor_dec, 2.5)
+  ratio("FacadeToKnxValue/9.001 / FloorEncode9001", "FacadeToKnxValue/9.001", floor_enc, 5)
+  ratio("KnxValueConverterInit / FloorDecode9001", "KnxValueConverterInit", floor_dec, 150)
+  ratio("GroupValueToOruValue/9.001 / BareCpuTimer", "GroupValueToOruValue/9.001", "BareCpuTimer", 1.3)
   split("1.001 5.001 9.001 14.056 16.001 19.001", dpts, " ")
-  for (i = 1; i <= 6; ++i)
-    ratio("FacadeToKnxValue/" dpts[i] " / " direct_to, "FacadeToKnxValue/" dpts[i], direct_to, 4)
-  for (i = 1; i <= 6; ++i)
-    ratio("FacadeFromKnxValue/" dpts[i] " / " direct_from, "FacadeFromKnxValue/" dpts[i], direct_from, 4)
-  ratio("GroupValueToOruValue/9.001 / FacadeFromKnxValue/9.001", "GroupValueToOruValue/9.001",
-        "FacadeFromKnxValue/9.001", 50)
+  printf "\nEach DPT through the facade, as a multiple of the floor of its direction\n"
+  for (i = 1; i <= 6; ++i) {
+    info("FacadeFromKnxValue/" dpts[i] " / " floor_dec, "FacadeFromKnxValue/" dpts[i], floor_dec)
+    info("FacadeToKnxValue/" dpts[i] " / " floor_enc, "FacadeToKnxValue/" dpts[i], floor_enc)
+  }
+  printf "\nEarlier targets\n"
   ratio("GetValueRoundTrip (1 caller) / ConditionVariableHandOff", "GetValueRoundTrip/real_time",
         "ConditionVariableHandOff/real_time", 3)
   ratio("LoadConfigurationFile/1MB / LoadConfigurationFile/1KB", "LoadConfigurationFile/1MB",
@@ -109,4 +128,19 @@ END {
   printf "\n%d of %d targets met. JSON results: %s/*.json\n", met, total, dir
 }
 ' "$csv"
+
+# lumknx trace over a generated trace of a million telegrams (the sample day
+# repeated), with the peak memory of the process.
+trace="$results/million.csv"
+if [ ! -s "$trace" ]; then
+  sample="$root/tools/sample/building-day.csv"
+  { head -n 1 "$sample"; while :; do tail -n +2 "$sample"; done | head -n 1000000; } >"$trace" || true
+fi
+tool="$root/build/bench/tools/lumknx"
+if [ -x "$tool" ] && [ -x /usr/bin/time ]; then
+  /usr/bin/time -f "%M %e" -o "$results/trace-time.txt" "$tool" trace "$trace" >/dev/null 2>"$results/trace-err.txt" || true
+  read -r rss seconds <"$results/trace-time.txt"
+  printf "\nlumknx trace, %s lines: %s (peak RSS %s KiB, %s s wall)\n" \
+    "$(($(wc -l <"$trace") - 1))" "$(grep -E 'telegrams per second' "$results/trace-err.txt" || echo '?')" "$rss" "$seconds"
+fi
 exit 0
