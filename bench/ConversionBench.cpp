@@ -95,7 +95,8 @@ __attribute__((noinline)) std::uint16_t FloorEncodeFloat16(double value)
     {
         const long mantissa = std::lround(hundredths / (1 << exponent));
         if (mantissa >= -2048 && mantissa <= 2047)
-            return static_cast<std::uint16_t>((mantissa < 0 ? 0x8000 : 0) | exponent << 11 | (mantissa & 0x07FF));
+            return static_cast<std::uint16_t>((mantissa < 0 ? 0x8000 : 0) | exponent << 11 |
+                                              (mantissa & 0x07FF));
     }
     return 0x7FFF;
 }

@@ -139,7 +139,8 @@ fi
 tool="$root/build/bench/tools/lumknx"
 if [ -x "$tool" ] && [ -x /usr/bin/time ]; then
   /usr/bin/time -f "%M %e" -o "$results/trace-time.txt" "$tool" trace "$trace" >/dev/null 2>"$results/trace-err.txt" || true
-  read -r rss seconds <"$results/trace-time.txt"
+  # time adds a line of its own before its figures when the command exits non-zero.
+  read -r rss seconds < <(tail -n 1 "$results/trace-time.txt")
   printf "\nlumknx trace, %s lines: %s (peak RSS %s KiB, %s s wall)\n" \
     "$(($(wc -l <"$trace") - 1))" "$(grep -E 'telegrams per second' "$results/trace-err.txt" || echo '?')" "$rss" "$seconds"
 fi

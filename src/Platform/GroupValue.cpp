@@ -22,13 +22,18 @@ std::string ByteCount(std::size_t count)
 // Getters read only what the data holds; the defined size is not consulted,
 // so a wider value may be read by a narrower getter (an 8-bit status byte
 // through GetAsUnsigned3, for example).
-const unsigned char* Require(const BinaryData& data, std::size_t needed, const char* function)
+[[noreturn]] __attribute__((noinline, cold)) void ThrowTooShort(const BinaryData& data, std::size_t needed,
+                                                                const char* function)
 {
-    if (data.GetSize() < needed)
-    {
-        throw GroupValueException(std::string(function) + ": group value holds " + ByteCount(data.GetSize()) +
-                                  ", " + std::to_string(needed) + " needed");
-    }
+    throw GroupValueException(std::string(function) + ": group value holds " + ByteCount(data.GetSize()) +
+                              ", " + std::to_string(needed) + " needed");
+}
+
+// Every read goes through here: the check stays inline, the message out of line.
+inline const unsigned char* Require(const BinaryData& data, std::size_t needed, const char* function)
+{
+    if (__builtin_expect(data.GetSize() < needed, 0))
+        ThrowTooShort(data, needed, function);
     return data.GetData();
 }
 

@@ -71,9 +71,10 @@ double DecodeKnxFloat16(std::uint16_t raw)
     {
         mantissa -= 2048;
     }
-    // Dividing (rather than multiplying by 0.01) gives the double nearest to
-    // the decimal value, so 0C 1A reads as exactly 21.
-    return std::ldexp(static_cast<double>(mantissa), exponent) / 100.0;
+    // The scaled mantissa fits 27 bits, so the integer product is exact and
+    // equals ldexp's. Dividing (rather than multiplying by 0.01) gives the
+    // double nearest to the decimal value, so 0C 1A reads as exactly 21.
+    return static_cast<double>(mantissa * (std::int32_t{1} << exponent)) / 100.0;
 }
 
 } // namespace Detail

@@ -12,7 +12,8 @@ GroupAddressPlan::GroupAddressPlan(std::vector<PlanEntry> entries, LumBus::Group
                      [](const PlanEntry& a, const PlanEntry& b) { return a.address < b.address; });
     // The first listing of an address wins; the readers warn about the rest.
     m_entries.erase(std::unique(m_entries.begin(), m_entries.end(),
-                                [](const PlanEntry& a, const PlanEntry& b) { return a.address == b.address; }),
+                                [](const PlanEntry& a, const PlanEntry& b)
+                                { return a.address == b.address; }),
                     m_entries.end());
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <boost/container/small_vector.hpp>
+
 // A KNX datapoint type: main 0 means no DPT given, sub 0 means main.x.
 struct KNXDPT
 {
@@ -62,8 +64,12 @@ public:
     bool operator==(const BinaryData& other) const { return m_bytes == other.m_bytes; }
     bool operator!=(const BinaryData& other) const { return !(*this == other); }
 
+    // Bus payloads of up to 14 bytes (every fixed-size DPT) live inline: no
+    // conversion allocates.
+    static constexpr std::size_t kInlineBytes = 14;
+
 private:
-    std::vector<unsigned char> m_bytes;
+    boost::container::small_vector<unsigned char, kInlineBytes> m_bytes;
 };
 
 // A group value as the bus carries it: bytes plus a defined size in bits.
