@@ -51,16 +51,15 @@ struct DptRow
     std::uint16_t main;
     std::uint16_t sub; // 0: every sub number of the main number
     std::uint8_t bits;
-    std::int32_t ivt;
-    std::int32_t ist;
+    OruValueType ivt;
+    OruDP::OruValueSubType ist;
     bool (*add)(KnxValueConverter& self, const DptRow& row, Adder adder);
     Bounds range;
 };
 
 bool Register(KnxValueConverter& self, const DptRow& row, Adder adder, const KnxConverter& converter)
 {
-    return adder(self, row.main, row.sub, row.bits, static_cast<OruValueType>(row.ivt),
-                 static_cast<OruDP::OruValueSubType>(row.ist), converter);
+    return adder(self, row.main, row.sub, row.bits, row.ivt, row.ist, converter);
 }
 
 template <class Range> Range MakeRange(const Bounds& b);
@@ -130,60 +129,60 @@ constexpr auto kSceneInfo = &AddRanged<KnxConverterSceneInfo, IntegerRange>;
 // The supported DPTs, in the order in which they are registered.
 // clang-format off
 constexpr DptRow kDptTable[] = {
-//   DPT       main sub  bits ivt ist   converter      range
-    {"1.x",      1,   0,   1,  2,    0, k1Bit,         kNoRange},
-    {"2.x",      2,   0,   2,  2,    0, k2Bit,         kNoRange},
-    {"3.x",      3,   0,   4,  3, 3002, k4Bit,         {-100.0, 100.0, 0, 15}},
-    {"4.x",      4,   0,   8, 10, 8001, kChar,         Both(0, 127)},
-    {"4.001",    4,   1,   8, 10, 8001, kChar,         Both(0, 127)},
-    {"4.002",    4,   2,   8, 10, 8002, kChar,         Both(0, 255)},
-    {"5.x",      5,   0,   8,  6,    0, kUByte,        Both(0, 255)},
-    {"5.006",    5,   6,   8,  6,    0, kUByte,        Both(0, 254)},
-    {"6.x",      6,   0,   8,  4,    0, kSByte,        Both(-128, 127)},
-    {"6.020",    6,  20,   8,  6, 3001, kStatus,       Both(0, 255)},
-    {"7.x",      7,   0,  16,  7,    0, kUWord,        Both(0, 65535)},
-    {"8.x",      8,   0,  16,  4,    0, kSWord,        Both(-32768, 32767)},
-    {"9.x",      9,   0,  16,  3,    0, kFloat16,      Both(kFloat16Min, kFloat16Max)},
-    {"9.001",    9,   1,  16,  3, 3003, kFloat16,      Both(-273.0, 670760.0)},
-    {"9.002",    9,   2,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.003",    9,   3,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.004",    9,   4,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
-    {"9.005",    9,   5,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
-    {"9.006",    9,   6,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
-    {"9.007",    9,   7,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
-    {"9.008",    9,   8,  16,  3, 3003, kFloat16,      Both(0.0, 670760.0)},
-    {"9.010",    9,  10,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.011",    9,  11,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.020",    9,  20,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.021",    9,  21,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.022",    9,  22,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.023",    9,  23,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.024",    9,  24,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.025",    9,  25,  16,  3, 3003, kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.026",    9,  26,  16,  3, 3003, kFloat16,      Both(kFloat16Min, kFloat16Max)},
-    {"9.027",    9,  27,  16,  3, 3003, kFloat16,      Both(-459.6, kFloat16Max)},
-    {"9.028",    9,  28,  16,  3, 3003, kFloat16,      Both(0.0, kFloat16Max)},
-    {"10.x",    10,   0,  24, 12,    0, kTime,         kNoRange},
-    {"11.x",    11,   0,  24, 11,    0, kDate,         kNoRange},
-    {"12.x",    12,   0,  32,  8,    0, kU32,          Both(0, 4294967295.0)},
-    {"13.x",    13,   0,  32,  4,    0, kS32,          Both(-2147483648.0, 2147483647.0)},
-    {"14.x",    14,   0,  32,  3,    0, kFloat32,      Both(-kFloat32Max, kFloat32Max)},
-    {"15.x",    15,   0,  32,  8,    0, kU32,          Both(0, 4294967295.0)},
-    {"16.x",    16,   0, 112, 10, 8001, kString14,     Both(0, 127)},
-    {"16.001",  16,   1, 112, 10, 8002, kString14,     Both(0, 255)},
-    {"17.x",    17,   0,   8,  4, 4001, kSceneNumber,  Both(0, 63)},
-    {"18.x",    18,   0,   8,  4, 4001, kSceneControl, Both(0, 63)},
-    {"19.x",    19,   0,  64, 13,    0, kDateTime,     kNoRange},
-    {"20.x",    20,   0,   8,  6,    0, kUByte,        Both(0, 255)},
-    {"20.102",  20, 102,   8,  6,    0, kUByte,        Both(0, 4)},
-    {"20.103",  20, 103,   8,  6,    0, kUByte,        Both(0, 4)},
-    {"21.x",    21,   0,   8,  6,    0, kUByte,        Both(0, 255)},
-    {"23.x",    23,   0,   8,  6,    0, kUByte,        Both(0, 255)},
-    {"26.x",    26,   0,   8,  6,    0, kSceneInfo,    {-64, 64, 0, 255}},
-    {"27.x",    27,   0,  32,  8,    0, kU32,          Both(0, 4294967295.0)},
-    {"236.x",  236,   0,   8,  6,    0, kUByte,        Both(0, 255)},
-    {"232.x",  232,   0,  24,  8,    0, kU24,          Both(0, 16777215)},
-    {"238.x",  238,   0,   8,  6,    0, kUByte,        Both(0, 255)},
+//   DPT       main sub  bits ivt          ist                       converter      range
+    {"1.x",      1,   0,   1, ivtBool,     OruDP::ivstNone,          k1Bit,         kNoRange},
+    {"2.x",      2,   0,   2, ivtBool,     OruDP::ivstNone,          k2Bit,         kNoRange},
+    {"3.x",      3,   0,   4, ivtFloat,    OruDP::ivstDimmingStep,   k4Bit,         {-100.0, 100.0, 0, 15}},
+    {"4.x",      4,   0,   8, ivtString,   OruDP::ivstAscii,         kChar,         Both(0, 127)},
+    {"4.001",    4,   1,   8, ivtString,   OruDP::ivstAscii,         kChar,         Both(0, 127)},
+    {"4.002",    4,   2,   8, ivtString,   OruDP::ivstLatin1,        kChar,         Both(0, 255)},
+    {"5.x",      5,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
+    {"5.006",    5,   6,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 254)},
+    {"6.x",      6,   0,   8, ivtInteger,  OruDP::ivstNone,          kSByte,        Both(-128, 127)},
+    {"6.020",    6,  20,   8, ivtByte,     OruDP::ivstStatus8Bit,    kStatus,       Both(0, 255)},
+    {"7.x",      7,   0,  16, ivtWord,     OruDP::ivstNone,          kUWord,        Both(0, 65535)},
+    {"8.x",      8,   0,  16, ivtInteger,  OruDP::ivstNone,          kSWord,        Both(-32768, 32767)},
+    {"9.x",      9,   0,  16, ivtFloat,    OruDP::ivstNone,          kFloat16,      Both(kFloat16Min, kFloat16Max)},
+    {"9.001",    9,   1,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-273.0, 670760.0)},
+    {"9.002",    9,   2,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.003",    9,   3,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.004",    9,   4,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
+    {"9.005",    9,   5,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
+    {"9.006",    9,   6,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
+    {"9.007",    9,   7,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
+    {"9.008",    9,   8,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
+    {"9.010",    9,  10,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.011",    9,  11,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.020",    9,  20,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.021",    9,  21,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.022",    9,  22,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.023",    9,  23,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.024",    9,  24,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.025",    9,  25,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
+    {"9.026",    9,  26,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(kFloat16Min, kFloat16Max)},
+    {"9.027",    9,  27,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-459.6, kFloat16Max)},
+    {"9.028",    9,  28,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, kFloat16Max)},
+    {"10.x",    10,   0,  24, ivtTime,     OruDP::ivstNone,          kTime,         kNoRange},
+    {"11.x",    11,   0,  24, ivtDate,     OruDP::ivstNone,          kDate,         kNoRange},
+    {"12.x",    12,   0,  32, ivtDWord,    OruDP::ivstNone,          kU32,          Both(0, 4294967295.0)},
+    {"13.x",    13,   0,  32, ivtInteger,  OruDP::ivstNone,          kS32,          Both(-2147483648.0, 2147483647.0)},
+    {"14.x",    14,   0,  32, ivtFloat,    OruDP::ivstNone,          kFloat32,      Both(-kFloat32Max, kFloat32Max)},
+    {"15.x",    15,   0,  32, ivtDWord,    OruDP::ivstNone,          kU32,          Both(0, 4294967295.0)},
+    {"16.x",    16,   0, 112, ivtString,   OruDP::ivstAscii,         kString14,     Both(0, 127)},
+    {"16.001",  16,   1, 112, ivtString,   OruDP::ivstLatin1,        kString14,     Both(0, 255)},
+    {"17.x",    17,   0,   8, ivtInteger,  OruDP::ivstSceneNumber,   kSceneNumber,  Both(0, 63)},
+    {"18.x",    18,   0,   8, ivtInteger,  OruDP::ivstSceneNumber,   kSceneControl, Both(0, 63)},
+    {"19.x",    19,   0,  64, ivtDateTime, OruDP::ivstNone,          kDateTime,     kNoRange},
+    {"20.x",    20,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
+    {"20.102",  20, 102,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 4)},
+    {"20.103",  20, 103,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 4)},
+    {"21.x",    21,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
+    {"23.x",    23,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
+    {"26.x",    26,   0,   8, ivtByte,     OruDP::ivstNone,          kSceneInfo,    {-64, 64, 0, 255}},
+    {"27.x",    27,   0,  32, ivtDWord,    OruDP::ivstNone,          kU32,          Both(0, 4294967295.0)},
+    {"236.x",  236,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
+    {"232.x",  232,   0,  24, ivtDWord,    OruDP::ivstNone,          kU24,          Both(0, 16777215)},
+    {"238.x",  238,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
 };
 // clang-format on
 

@@ -56,9 +56,9 @@ void SetDpt(KNXDPT& dpt, std::uint16_t main, std::uint16_t sub, std::uint8_t bit
     dpt.bitSize = bitSize;
 }
 
-bool IsOneOf(std::int32_t type, std::initializer_list<std::int32_t> types)
+bool IsOneOf(OruValueType type, std::initializer_list<OruValueType> types)
 {
-    for (const std::int32_t t : types)
+    for (const OruValueType t : types)
     {
         if (t == type)
         {
@@ -141,34 +141,35 @@ bool ValueTypesCompatible(OruValueType valueType, OruValueType entryType)
         return true;
     }
     // Deliberately one-way: a date-and-time value fits a date or time entry, not the reverse.
-    switch (static_cast<std::int32_t>(valueType))
+    switch (valueType)
     {
-    case 3:
-    case 1005:
-    case 1036:
-    case 1037:
-    case 1039:
-        return IsOneOf(entryType, {3, 1005, 1036, 1037, 1039});
-    case 4:
-    case 14:
-        return IsOneOf(entryType, {4, 14});
-    case 6:
-    case 1021:
-        return IsOneOf(entryType, {6, 1021});
-    case 7:
-    case 8:
-    case 20:
-        return IsOneOf(entryType, {7, 8, 20});
-    case 11:
-    case 105:
-        return IsOneOf(entryType, {11, 105});
-    case 12:
-    case 104:
-        return IsOneOf(entryType, {12, 104});
-    case 13:
-    case 102:
-    case 201:
-        return IsOneOf(entryType, {11, 12, 13, 102, 104, 105, 201});
+    case ivtFloat:
+    case ivtPercentage:
+    case ivtScaling:
+    case ivtDimming:
+    case ivtMeasurement:
+        return IsOneOf(entryType, {ivtFloat, ivtPercentage, ivtScaling, ivtDimming, ivtMeasurement});
+    case ivtInteger:
+    case ivtTimePeriod:
+        return IsOneOf(entryType, {ivtInteger, ivtTimePeriod});
+    case ivtByte:
+    case ivtEnumeration:
+        return IsOneOf(entryType, {ivtByte, ivtEnumeration});
+    case ivtWord:
+    case ivtDWord:
+    case ivtUnsigned:
+        return IsOneOf(entryType, {ivtWord, ivtDWord, ivtUnsigned});
+    case ivtDate:
+    case ivtLocalDate:
+        return IsOneOf(entryType, {ivtDate, ivtLocalDate});
+    case ivtTime:
+    case ivtLocalTime:
+        return IsOneOf(entryType, {ivtTime, ivtLocalTime});
+    case ivtDateTime:
+    case ivtLocalDateTime:
+    case ivtUtcDateTime:
+        return IsOneOf(entryType, {ivtDate, ivtTime, ivtDateTime, ivtLocalDateTime, ivtLocalTime,
+                                   ivtLocalDate, ivtUtcDateTime});
     default:
         return false;
     }
@@ -190,7 +191,7 @@ constexpr int kAnySize = -1;
 // Value type, the bit size asked for (or any), and the DPT with the bit size it sets.
 struct ValueTypeDefault
 {
-    std::int32_t ivt;
+    OruValueType ivt;
     int size;
     std::uint16_t main;
     std::uint16_t sub;
@@ -198,27 +199,27 @@ struct ValueTypeDefault
 };
 
 constexpr ValueTypeDefault kValueTypeDefaults[] = {
-    {2, kAnySize, 1, 1, 1},
-    {1037, kAnySize, 3, 7, 4},
-    {6, kAnySize, 5, 0, 8},
-    {1036, kAnySize, 5, 1, 8},
-    {3, 0, 9, 0, 16},
-    {3, 4, 3, 0, 4},
-    {3, 8, 5, 1, 8},
-    {3, 16, 9, 0, 16},
-    {3, 32, 14, 0, 16}, // 16, not 32: kept as it has always been
-    {12, kAnySize, 10, 1, 24},
-    {11, kAnySize, 11, 1, 24},
-    {8, kAnySize, 12, 1, 32},
-    {4, 0, 13, 0, 32},
-    {4, 8, 6, 0, 8},
-    {4, 16, 8, 0, 16},
-    {14, kAnySize, 13, 100, 32},
-    {9, kAnySize, 218, 0, 40},
-    {13, kAnySize, 19, 1, 64},
-    {10, 0, 16, 1, 112},
-    {10, 8, 4, 1, 8},
-    {10, 112, 16, 0, 8}, // 8, not 112: kept as it has always been
+    {ivtBool, kAnySize, 1, 1, 1},
+    {ivtDimming, kAnySize, 3, 7, 4},
+    {ivtByte, kAnySize, 5, 0, 8},
+    {ivtScaling, kAnySize, 5, 1, 8},
+    {ivtFloat, 0, 9, 0, 16},
+    {ivtFloat, 4, 3, 0, 4},
+    {ivtFloat, 8, 5, 1, 8},
+    {ivtFloat, 16, 9, 0, 16},
+    {ivtFloat, 32, 14, 0, 16}, // 16, not 32: kept as it has always been
+    {ivtTime, kAnySize, 10, 1, 24},
+    {ivtDate, kAnySize, 11, 1, 24},
+    {ivtDWord, kAnySize, 12, 1, 32},
+    {ivtInteger, 0, 13, 0, 32},
+    {ivtInteger, 8, 6, 0, 8},
+    {ivtInteger, 16, 8, 0, 16},
+    {ivtTimePeriod, kAnySize, 13, 100, 32},
+    {ivtData40, kAnySize, 218, 0, 40},
+    {ivtDateTime, kAnySize, 19, 1, 64},
+    {ivtString, 0, 16, 1, 112},
+    {ivtString, 8, 4, 1, 8},
+    {ivtString, 112, 16, 0, 8}, // 8, not 112: kept as it has always been
 };
 
 bool DefaultDptForSize(KNXDPT& dpt)
@@ -238,7 +239,7 @@ bool DefaultDptForValueType(KNXDPT& dpt, const ORUVALUE& val)
 {
     for (const ValueTypeDefault& d : kValueTypeDefaults)
     {
-        if (d.ivt == static_cast<std::int32_t>(val.ivt) && (d.size == kAnySize || d.size == dpt.bitSize))
+        if (d.ivt == val.ivt && (d.size == kAnySize || d.size == dpt.bitSize))
         {
             SetDpt(dpt, d.main, d.sub, d.bitSize);
             return true;
