@@ -1,6 +1,8 @@
 #include <Lum/KnxValueConverter.h>
 #include <Platform/Logging.h>
 
+#include "KnxConverterLog.h"
+
 #include <cstddef>
 #include <utility>
 
@@ -169,7 +171,7 @@ const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const
     const auto mainIt = m_entries.find(dpt.mainNumber);
     if (mainIt == m_entries.end())
     {
-        LUM_LOG_ERROR("No Entry found for DPT = " << dpt.mainNumber << '.' << dpt.subNumber);
+        LUM_LOG_ERROR("No Entry found for DPT = " << Detail::DptText{dpt});
         return GetEmptyDptValueEntry();
     }
     const SubMap& subMap = mainIt->second;
@@ -180,7 +182,7 @@ const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const
     }
     if (dpt.subNumber == 0)
     {
-        LUM_LOG_ERROR("No Entry found for DPT = " << dpt.mainNumber << '.' << dpt.subNumber);
+        LUM_LOG_ERROR("No Entry found for DPT = " << Detail::DptText{dpt});
         return GetEmptyDptValueEntry();
     }
     const auto wholeMain = subMap.find(0);

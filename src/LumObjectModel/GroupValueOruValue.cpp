@@ -21,6 +21,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "DptVocabulary.h"
+
 namespace Lum
 {
 
@@ -38,13 +40,13 @@ struct Dpt
           sub(static_cast<std::uint16_t>(packed & 0xFFFFu))
     {
     }
-    unsigned main;
-    unsigned sub;
+    std::uint16_t main;
+    std::uint16_t sub;
 };
 
 std::ostream& operator<<(std::ostream& os, const Dpt& dpt)
 {
-    return os << dpt.main << '.' << dpt.sub;
+    return os << Vocabulary::DptLogText{dpt.main, dpt.sub};
 }
 
 // A platform text that may be null: a null text writes nothing and marks the

@@ -4,6 +4,8 @@
 #include <Platform/Logging.h>
 #include <Platform/OruValue.h>
 
+#include "DptVocabulary.h"
+
 #include <exception>
 #include <ostream>
 
@@ -12,7 +14,7 @@ namespace Lum
 namespace Detail
 {
 
-// Prints a DPT as main "." sub in plain decimal (5.006 prints as 5.6).
+// The log lines' form of a DPT, from the vocabulary.
 struct DptText
 {
     const KNXDPT& dpt;
@@ -20,7 +22,7 @@ struct DptText
 
 inline std::ostream& operator<<(std::ostream& os, const DptText& d)
 {
-    return os << static_cast<unsigned>(d.dpt.mainNumber) << '.' << static_cast<unsigned>(d.dpt.subNumber);
+    return os << Vocabulary::DptLogText{d.dpt.mainNumber, d.dpt.subNumber};
 }
 
 // Log, in the converter's own name, the exception that ended a conversion: a

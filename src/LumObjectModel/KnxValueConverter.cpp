@@ -1,6 +1,8 @@
 #include <Lum/KnxValueConverter.h>
 #include <Platform/Logging.h>
 
+#include "KnxConverterLog.h"
+
 #include <boost/optional.hpp>
 
 #include <array>
@@ -31,17 +33,6 @@ std::ostream& operator<<(std::ostream& os, const ValueText& v)
         os.setstate(std::ios_base::badbit);
     }
     return os;
-}
-
-// "main.sub" in plain decimal.
-struct DptText
-{
-    const KNXDPT& dpt;
-};
-
-std::ostream& operator<<(std::ostream& os, const DptText& d)
-{
-    return os << d.dpt.mainNumber << '.' << d.dpt.subNumber;
 }
 
 void SetDpt(KNXDPT& dpt, std::uint16_t main, std::uint16_t sub)
@@ -296,7 +287,7 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::G
         const DptValueEntry& entry = GetEntry(dpt);
         if (entry.ivt == ivtEmpty)
         {
-            LUM_LOG_ERROR("No Entry found for DPT = " << DptText{dpt});
+            LUM_LOG_ERROR("No Entry found for DPT = " << Detail::DptText{dpt});
             LUM_LOG_ERROR("Assume validity and accept value!");
             return true;
         }
@@ -306,19 +297,19 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::G
             KnxConverter* converter = entry.converter.get();
             if (converter == nullptr)
             {
-                LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << DptText{dpt});
+                LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << Detail::DptText{dpt});
                 return false;
             }
             if (converter->ToKnxValue(dpt, val, gv))
             {
                 return true;
             }
-            LUM_LOG_ERROR("Convert to KNX value failed for DPT = " << DptText{dpt}
+            LUM_LOG_ERROR("Convert to KNX value failed for DPT = " << Detail::DptText{dpt}
                                                                    << " val = " << ValueText{val});
             return false;
         }
 
-        LUM_LOG_ERROR("Invalid value type found for DPT = " << DptText{dpt} << " val.ivt="
+        LUM_LOG_ERROR("Invalid value type found for DPT = " << Detail::DptText{dpt} << " val.ivt="
                                                             << static_cast<std::int32_t>(val.ivt));
         return false;
     }
@@ -360,7 +351,7 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
         const DptValueEntry& entry = GetEntry(dpt);
         if (entry.ivt == ivtEmpty)
         {
-            LUM_LOG_ERROR("No Entry found for DPT = " << DptText{dpt});
+            LUM_LOG_ERROR("No Entry found for DPT = " << Detail::DptText{dpt});
             LUM_LOG_ERROR("Assume validity and accept value!");
             return true;
         }
@@ -401,7 +392,7 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
         if (mismatch)
         {
             LUM_LOG_ERROR("Failed to convert a GroupValue for DPT "
-                          << DptText{dpt} << " because of unexpected bit size: " << actual
+                          << Detail::DptText{dpt} << " because of unexpected bit size: " << actual
                           << ", expected: " << expected);
             return false;
         }
@@ -409,13 +400,13 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
         KnxConverter* converter = entry.converter.get();
         if (converter == nullptr)
         {
-            LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << DptText{dpt});
+            LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << Detail::DptText{dpt});
             return false;
         }
         if (!converter->FromKnxValue(dpt, *source, val))
         {
-            LUM_LOG_ERROR("Convert from KNX value failed for DPT = " << DptText{dpt} << " GroupValue = "
-                                                                     << gv.GetRawData().ToString());
+            LUM_LOG_ERROR("Convert from KNX value failed for DPT = "
+                          << Detail::DptText{dpt} << " GroupValue = " << gv.GetRawData().ToString());
             return false;
         }
         return true;
@@ -423,7 +414,8 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
     catch (const KnxStack::GroupValueException& e)
     {
         LUM_LOG_ERROR("Exception caught during conversion of GroupValue: "
-                      << e.what() << "(DPT: " << DptText{dpt} << ", Value: " << gv.GetRawData().ToString());
+                      << e.what() << "(DPT: " << Detail::DptText{dpt}
+                      << ", Value: " << gv.GetRawData().ToString());
         return false;
     }
 }

@@ -6,6 +6,7 @@
 // Header-only and internal: not installed.
 
 #include <cstdint>
+#include <ostream>
 #include <string>
 
 namespace Lum
@@ -132,6 +133,19 @@ inline std::string DptName(std::uint16_t main, std::uint16_t sub)
     if (digits.size() < 3)
         digits.insert(0, 3 - digits.size(), '0');
     return std::to_string(main) + "." + digits;
+}
+
+// main "." sub in plain decimal (5.006 prints as 5.6): how the library's log
+// lines write a DPT.
+struct DptLogText
+{
+    std::uint16_t main;
+    std::uint16_t sub;
+};
+
+inline std::ostream& operator<<(std::ostream& os, const DptLogText& d)
+{
+    return os << static_cast<unsigned>(d.main) << '.' << static_cast<unsigned>(d.sub);
 }
 
 } // namespace Vocabulary
