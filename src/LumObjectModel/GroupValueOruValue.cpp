@@ -21,6 +21,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "DateTimeFields.h"
 #include "DptVocabulary.h"
 
 namespace Lum
@@ -348,28 +349,19 @@ OptValue DecodeDateTime(const KnxStack::GroupValue& gv, OruValueType expected)
                             << raw.GetSize() << ", expected " << kDateTimeBytes);
         return boost::none;
     }
-    // Reserved bits and the weekday share the bytes; only the fields are read.
-    const unsigned year = raw.GetUInt8Value(0) + 1900u;
-    const unsigned month = raw.GetUInt8Value(1) & 0x0Fu;
-    const unsigned day = raw.GetUInt8Value(2) & 0x1Fu;
-    const unsigned hour = raw.GetUInt8Value(3) & 0x1Fu;
-    const unsigned minute = raw.GetUInt8Value(4) & 0x3Fu;
-    const unsigned second = raw.GetUInt8Value(5) & 0x3Fu;
-    if (!ORUTIME::IsValidDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
-                              static_cast<unsigned char>(day)) ||
-        !ORUTIME::IsValidTime(static_cast<unsigned char>(hour), static_cast<unsigned char>(minute),
-                              static_cast<unsigned char>(second)))
+    const Detail::DateTimeFields f = Detail::ReadDateTimeFields(raw);
+    if (!f.IsValid())
     {
         LUM_LOG_WARN_AS(kDecoder, "Received an invalid DPT 19.001 date and time from the KNX: "
-                                      << year << '-' << month << '-' << day << ' ' << hour << ':' << minute
-                                      << ':' << second);
+                                      << f.year << '-' << f.month << '-' << f.day << ' ' << f.hour << ':'
+                                      << f.minute << ':' << f.second);
         return boost::none;
     }
     const boost::posix_time::ptime time(
-        boost::gregorian::date(static_cast<unsigned short>(year), static_cast<unsigned short>(month),
-                               static_cast<unsigned short>(day)),
-        boost::posix_time::time_duration(static_cast<int>(hour), static_cast<int>(minute),
-                                         static_cast<int>(second)));
+        boost::gregorian::date(static_cast<unsigned short>(f.year), static_cast<unsigned short>(f.month),
+                               static_cast<unsigned short>(f.day)),
+        boost::posix_time::time_duration(static_cast<int>(f.hour), static_cast<int>(f.minute),
+                                         static_cast<int>(f.second)));
     return ToOruValue(time, expected);
 }
 

@@ -1,6 +1,8 @@
 #include "KnxConverterLog.h"
 
 #include <Lum/KnxConverterDateTime.h>
+
+#include "DateTimeFields.h"
 #include <Lum/TimeOfDay.h>
 
 #include <exception>
@@ -239,29 +241,19 @@ bool KnxConverterDateTime::FromKnxValue(const KNXDPT& /*dpt*/, const KnxStack::G
 {
     try
     {
-        const KnxStack::BinaryData& raw = group.GetRawData();
-        const unsigned year = raw.GetUInt8Value(0) + 1900u;
-        const unsigned month = raw.GetUInt8Value(1) & 0x0Fu;
-        const unsigned day = raw.GetUInt8Value(2) & 0x1Fu;
-        const unsigned hour = raw.GetUInt8Value(3) & 0x1Fu;
-        const unsigned minute = raw.GetUInt8Value(4) & 0x3Fu;
-        const unsigned second = raw.GetUInt8Value(5) & 0x3Fu;
-        const auto y = static_cast<unsigned short>(year);
-        const auto mo = static_cast<unsigned char>(month);
-        const auto d = static_cast<unsigned char>(day);
-        const auto h = static_cast<unsigned char>(hour);
-        const auto mi = static_cast<unsigned char>(minute);
-        const auto s = static_cast<unsigned char>(second);
-        if (!ORUTIME::IsValidDate(y, mo, d) || !ORUTIME::IsValidTime(h, mi, s))
+        const Detail::DateTimeFields f = Detail::ReadDateTimeFields(group.GetRawData());
+        if (!f.IsValid())
         {
             LUM_LOG_ERROR("Cannot convert invalid date and time: year="
-                          << year << ", month=" << month << ", day=" << day << ", hour=" << hour
-                          << ", minute=" << minute << ", second=" << second);
+                          << f.year << ", month=" << f.month << ", day=" << f.day << ", hour=" << f.hour
+                          << ", minute=" << f.minute << ", second=" << f.second);
             return false;
         }
         ORUTIME& t = value.GetTime();
         t.Clear(true);
-        t.SetDateTime(y, mo, d, h, mi, s, true);
+        t.SetDateTime(static_cast<unsigned short>(f.year), static_cast<unsigned char>(f.month),
+                      static_cast<unsigned char>(f.day), static_cast<unsigned char>(f.hour),
+                      static_cast<unsigned char>(f.minute), static_cast<unsigned char>(f.second), true);
         return true;
     }
     catch (const std::exception& e)
