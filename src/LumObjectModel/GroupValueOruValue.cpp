@@ -326,8 +326,8 @@ OptValue DecodeDate(const KnxStack::GroupValue& gv, OruValueType expected)
     int month = 0;
     int year = 0;
     gv.GetAsDate(&day, &month, &year);
-    if (year < 0 || year > 65535 || month < 0 || month > 255 || day < 0 || day > 255 ||
-        !ORUTIME::IsValidDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
+    // GetAsDate masks its fields (day 0-31, month 0-15, year 1990-2089): only the calendar can refuse them.
+    if (!ORUTIME::IsValidDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
                               static_cast<unsigned char>(day)))
     {
         LUM_LOG_WARN_AS(kDecoder, "Received an invalid DPT 11.001 date from the KNX: " << year << '-' << month
