@@ -41,86 +41,65 @@ bool FitsByte(int v)
 // --- 11.001 ------------------------------------------------------------------
 
 bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
-    try
+    if (dpt.mainNumber != 11 && dpt.subNumber != 1 && value.ivt != ivtDate)
     {
-        if (dpt.mainNumber != 11 && dpt.subNumber != 1 && value.ivt != ivtDate)
-        {
-            LUM_LOG_ERROR("Wrong DPT main number (10.001) or oru value type (ivtDayTime)!");
-            return false;
-        }
-        const ORUTIME& t = value.GetTime();
-        if (static_cast<unsigned>(t.year - 1990) >= 100u)
-        {
-            LUM_LOG_ERROR("Cannot convert the date outside of the range [1990...2089]: year="
-                          << t.year << ", month=" << static_cast<unsigned>(t.month)
-                          << ", day=" << static_cast<unsigned>(t.day));
-            return false;
-        }
-        group.SetAsDate(t.day, t.month, t.year);
-        return true;
+        LUM_LOG_ERROR("Wrong DPT main number (10.001) or oru value type (ivtDayTime)!");
+        return false;
     }
-    catch (const std::exception& e)
+    const ORUTIME& t = value.GetTime();
+    if (static_cast<unsigned>(t.year - 1990) >= 100u)
     {
-        LUM_LOG_ERROR("Exception caught during conversion of date: " << e.what());
+        LUM_LOG_ERROR("Cannot convert the date outside of the range [1990...2089]: year="
+                      << t.year << ", month=" << static_cast<unsigned>(t.month)
+                      << ", day=" << static_cast<unsigned>(t.day));
+        return false;
     }
-    catch (...)
-    {
-        LUM_LOG_ERROR("Exception caught during conversion of date: ");
-    }
-    return false;
+    group.SetAsDate(t.day, t.month, t.year);
+    return true;
 }
+LUM_CONVERTER_CATCH_NAMED("date")
 
 bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
-    try
+    if (dpt.mainNumber != 11 && dpt.subNumber != 1)
     {
-        if (dpt.mainNumber != 11 && dpt.subNumber != 1)
-        {
-            LUM_LOG_ERROR("Wrong DPT main number (11.001)!");
-            return false;
-        }
-        if ((group.GetRawData().GetUInt24Value(0) & kDateReservedBits) != 0)
-        {
-            LUM_LOG_ERROR("No valid Date datagram, reserved fields are not zero!");
-            return false;
-        }
-        int day = 0;
-        int month = 0;
-        int year = 0;
-        group.GetAsDate(&day, &month, &year);
-        // Seven bits carry the year, but only 0..99 are years of this type:
-        // 100..127 would read as 2100..2127 and are invalid dates.
-        const bool valid =
-            group.GetRawData().GetUInt8Value(2) <= kMaxTwoDigitYear && year >= 0 && year <= 0xFFFF &&
-            FitsByte(month) && FitsByte(day) &&
-            ORUTIME::IsValidDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
-                                 static_cast<unsigned char>(day));
-        if (!valid)
-        {
-            LUM_LOG_ERROR("Cannot convert invalid date: year=" << year << ", month=" << month
-                                                               << ", day=" << day);
-            return false;
-        }
-        ORUTIME& t = value.GetTime();
-        t.Clear(true);
-        t.SetDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
-                  static_cast<unsigned char>(day), true);
-        value.ivt = ivtDate;
-        return true;
+        LUM_LOG_ERROR("Wrong DPT main number (11.001)!");
+        return false;
     }
-    catch (const std::exception& e)
+    if ((group.GetRawData().GetUInt24Value(0) & kDateReservedBits) != 0)
     {
-        LUM_LOG_ERROR("Exception caught during conversion of date: " << e.what());
+        LUM_LOG_ERROR("No valid Date datagram, reserved fields are not zero!");
+        return false;
     }
-    catch (...)
+    int day = 0;
+    int month = 0;
+    int year = 0;
+    group.GetAsDate(&day, &month, &year);
+    // Seven bits carry the year, but only 0..99 are years of this type:
+    // 100..127 would read as 2100..2127 and are invalid dates.
+    const bool valid =
+        group.GetRawData().GetUInt8Value(2) <= kMaxTwoDigitYear && year >= 0 && year <= 0xFFFF &&
+        FitsByte(month) && FitsByte(day) &&
+        ORUTIME::IsValidDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
+                             static_cast<unsigned char>(day));
+    if (!valid)
     {
-        LUM_LOG_ERROR("Exception caught during conversion of date: ");
+        LUM_LOG_ERROR("Cannot convert invalid date: year=" << year << ", month=" << month << ", day=" << day);
+        return false;
     }
-    return false;
+    ORUTIME& t = value.GetTime();
+    t.Clear(true);
+    t.SetDate(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
+              static_cast<unsigned char>(day), true);
+    value.ivt = ivtDate;
+    return true;
 }
+LUM_CONVERTER_CATCH_NAMED("date")
 
 KnxConverter* KnxConverterDate::Clone() const
 {
@@ -202,70 +181,44 @@ KnxConverter* KnxConverterTimeOfDay::Clone() const
 
 bool KnxConverterDateTime::ToKnxValue(const KNXDPT& /*dpt*/, const ORUVALUE& value,
                                       KnxStack::GroupValue& group)
+try
 {
-    try
+    const ORUTIME& t = value.GetTime();
+    if (static_cast<unsigned>(t.year - 1900) >= 256u)
     {
-        const ORUTIME& t = value.GetTime();
-        if (static_cast<unsigned>(t.year - 1900) >= 256u)
-        {
-            // The message names the date converter's range; kept as it always read.
-            LUM_LOG_ERROR("Cannot convert the date outside of the range [1990...2089]: year=" << t.year);
-            return false;
-        }
-        // Byte 0 is the low byte of the year itself, not year - 1900, and byte 6
-        // only flags "no weekday": this is how the bytes have always been produced.
-        const unsigned char bytes[8] = {static_cast<unsigned char>(t.year & 0xFFu),
-                                        t.month,
-                                        t.day,
-                                        t.hour,
-                                        t.minute,
-                                        t.second,
-                                        0x20,
-                                        0x00};
-        group = KnxStack::GroupValue(KnxStack::BinaryData(bytes, sizeof bytes), 64);
-        return true;
+        // The message names the date converter's range; kept as it always read.
+        LUM_LOG_ERROR("Cannot convert the date outside of the range [1990...2089]: year=" << t.year);
+        return false;
     }
-    catch (const std::exception& e)
-    {
-        LUM_LOG_ERROR("Exception caught during conversion of date and time: " << e.what());
-    }
-    catch (...)
-    {
-        LUM_LOG_ERROR("Exception caught during conversion of date and time: ");
-    }
-    return false;
+    // Byte 0 is the low byte of the year itself, not year - 1900, and byte 6
+    // only flags "no weekday": this is how the bytes have always been produced.
+    const unsigned char bytes[8] = {
+        static_cast<unsigned char>(t.year & 0xFFu), t.month, t.day, t.hour, t.minute, t.second, 0x20, 0x00};
+    group = KnxStack::GroupValue(KnxStack::BinaryData(bytes, sizeof bytes), 64);
+    return true;
 }
+LUM_CONVERTER_CATCH_NAMED("date and time")
 
 bool KnxConverterDateTime::FromKnxValue(const KNXDPT& /*dpt*/, const KnxStack::GroupValue& group,
                                         ORUVALUE& value)
+try
 {
-    try
+    const Detail::DateTimeFields f = Detail::ReadDateTimeFields(group.GetRawData());
+    if (!f.IsValid())
     {
-        const Detail::DateTimeFields f = Detail::ReadDateTimeFields(group.GetRawData());
-        if (!f.IsValid())
-        {
-            LUM_LOG_ERROR("Cannot convert invalid date and time: year="
-                          << f.year << ", month=" << f.month << ", day=" << f.day << ", hour=" << f.hour
-                          << ", minute=" << f.minute << ", second=" << f.second);
-            return false;
-        }
-        ORUTIME& t = value.GetTime();
-        t.Clear(true);
-        t.SetDateTime(static_cast<unsigned short>(f.year), static_cast<unsigned char>(f.month),
-                      static_cast<unsigned char>(f.day), static_cast<unsigned char>(f.hour),
-                      static_cast<unsigned char>(f.minute), static_cast<unsigned char>(f.second), true);
-        return true;
+        LUM_LOG_ERROR("Cannot convert invalid date and time: year="
+                      << f.year << ", month=" << f.month << ", day=" << f.day << ", hour=" << f.hour
+                      << ", minute=" << f.minute << ", second=" << f.second);
+        return false;
     }
-    catch (const std::exception& e)
-    {
-        LUM_LOG_ERROR("Exception caught during conversion of date and time: " << e.what());
-    }
-    catch (...)
-    {
-        LUM_LOG_ERROR("Exception caught during conversion of date and time: ");
-    }
-    return false;
+    ORUTIME& t = value.GetTime();
+    t.Clear(true);
+    t.SetDateTime(static_cast<unsigned short>(f.year), static_cast<unsigned char>(f.month),
+                  static_cast<unsigned char>(f.day), static_cast<unsigned char>(f.hour),
+                  static_cast<unsigned char>(f.minute), static_cast<unsigned char>(f.second), true);
+    return true;
 }
+LUM_CONVERTER_CATCH_NAMED("date and time")
 
 KnxConverter* KnxConverterDateTime::Clone() const
 {

@@ -52,6 +52,20 @@ void LogFromKnxException(const char* function, const char* file, int line, const
         return false;                                                                                        \
     }
 
+// The date and time converters word it their own way: "Exception caught
+// during conversion of date: " and the reason.
+#define LUM_CONVERTER_CATCH_NAMED(subject)                                                                   \
+    catch (const std::exception& e)                                                                          \
+    {                                                                                                        \
+        LUM_LOG_ERROR("Exception caught during conversion of " subject ": " << e.what());                    \
+        return false;                                                                                        \
+    }                                                                                                        \
+    catch (...)                                                                                              \
+    {                                                                                                        \
+        LUM_LOG_ERROR("Exception caught during conversion of " subject ": ");                                \
+        return false;                                                                                        \
+    }
+
 // Entry traces of the converters. Macros, so that the line names the
 // converter's own function; formatted only when DEBUG is enabled.
 #define LUM_TRACE_TO_KNX(dpt, value)                                                                         \
