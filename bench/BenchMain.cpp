@@ -11,6 +11,7 @@
 #include <log4cplus/logger.h>
 #include <log4cplus/nullappender.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <new>
@@ -45,6 +46,26 @@ void operator delete(void* p) noexcept
 }
 
 void operator delete(void* p, std::size_t) noexcept
+{
+    std::free(p);
+}
+
+// Over-aligned requests (memory resources make them) count as well.
+void* operator new(std::size_t size, std::align_val_t alignment)
+{
+    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    const std::size_t align = std::max(static_cast<std::size_t>(alignment), sizeof(void*));
+    if (void* p = std::aligned_alloc(align, (size + align - 1) / align * align))
+        return p;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* p, std::align_val_t) noexcept
+{
+    std::free(p);
+}
+
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept
 {
     std::free(p);
 }

@@ -70,9 +70,9 @@ const DptValueEntry& GetEmptyDptValueEntry()
 namespace
 {
 
-// Enough for the nodes of the full DPT table on 32- and 64-bit targets; the
-// arena grows on its own should a caller add more.
-constexpr std::size_t kArenaBytes = 8192;
+// Enough for the nodes and converters of the full DPT table on 32- and 64-bit
+// targets; the arena grows on its own should a caller add more.
+constexpr std::size_t kArenaBytes = 16384;
 
 } // namespace
 

@@ -1,6 +1,7 @@
 #include <Lum/KnxValueConverter.h>
 #include <Platform/Logging.h>
 
+#include "ConverterMemory.h"
 #include "KnxConverterLog.h"
 
 #include <boost/optional.hpp>
@@ -113,8 +114,13 @@ bool KnxValueConverter::AddDptValueMapEntry(unsigned short main, unsigned short 
     dpt.bitSize = bitSize;
     dpt.mainNumber = main;
     dpt.subNumber = sub;
-    // The map takes over this entry's converter copy, so each row clones once.
-    DptValueEntry entry(dpt, ivt, ist, converter);
+    // The map takes over this entry's converter copy, so each row clones once,
+    // into the map's own memory: the map never hands out an entry to take it.
+    DptValueEntry entry = [&]
+    {
+        const Detail::ConverterArenaScope scope(dptValueMap.m_arena);
+        return DptValueEntry(dpt, ivt, ist, converter);
+    }();
     return dptValueMap.Add(dpt, std::move(entry));
 }
 

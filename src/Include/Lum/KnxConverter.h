@@ -5,6 +5,8 @@
 #include <Platform/KnxStack.h>
 #include <Platform/OruValue.h>
 
+#include <cstddef>
+
 namespace Lum
 {
 
@@ -18,6 +20,12 @@ public:
     virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value) = 0;
     // A new heap copy of the same class; the caller owns it.
     virtual KnxConverter* Clone() const = 0;
+
+    // The converters that a DPT value map makes for itself share the map's
+    // memory (one allocation for the whole table); every other converter
+    // comes from the heap. Either way `delete` is right.
+    static void* operator new(std::size_t size);
+    static void operator delete(void* object, std::size_t size) noexcept;
 
 protected:
     KnxConverter() = default;

@@ -56,6 +56,9 @@ public:
     const MainMap& Entries() const { return m_entries; }
 
 private:
+    // The converters of the entries it builds come from the same arena.
+    friend class KnxValueConverter;
+
     // The map is rebuilt for every received telegram: its nodes come from one
     // arena instead of one allocation each. Declared before the map it serves.
     std::pmr::monotonic_buffer_resource m_arena;
