@@ -6,7 +6,7 @@
 using namespace LumBus;
 using Bytes = std::vector<std::uint8_t>;
 
-TEST(Apdu, ServiceConstantsAreTheApciValues)
+TEST(BusApdu, ServiceConstantsAreTheApciValues)
 {
     EXPECT_EQ(kApciRead, 0x000);
     EXPECT_EQ(kApciResponse, 0x040);
@@ -14,7 +14,7 @@ TEST(Apdu, ServiceConstantsAreTheApciValues)
     EXPECT_EQ(kApciMask, 0x3C0);
 }
 
-TEST(Apdu, EncodesEachServiceAndForm)
+TEST(BusApdu, EncodesEachServiceAndForm)
 {
     struct Case
     {
@@ -39,7 +39,7 @@ TEST(Apdu, EncodesEachServiceAndForm)
             << ServiceName(c.service) << " short=" << c.shortForm;
 }
 
-TEST(Apdu, RefusesWhatDoesNotFit)
+TEST(BusApdu, RefusesWhatDoesNotFit)
 {
     EXPECT_THROW(EncodeGroupApdu(GroupService::Write, {0x40}, true), std::invalid_argument);
     EXPECT_THROW(EncodeGroupApdu(GroupService::Write, {0x01, 0x02}, true), std::invalid_argument);
@@ -49,7 +49,7 @@ TEST(Apdu, RefusesWhatDoesNotFit)
     EXPECT_EQ(EncodeGroupApdu(GroupService::Write, Bytes(kMaxApduData, 0), false).size(), kMaxApduData + 2);
 }
 
-TEST(Apdu, DecodesGoodApdus)
+TEST(BusApdu, DecodesGoodApdus)
 {
     struct Case
     {
@@ -80,7 +80,7 @@ TEST(Apdu, DecodesGoodApdus)
     }
 }
 
-TEST(Apdu, RejectsBadApdusWithAReason)
+TEST(BusApdu, RejectsBadApdusWithAReason)
 {
     struct Case
     {
@@ -105,7 +105,7 @@ TEST(Apdu, RejectsBadApdusWithAReason)
     }
 }
 
-TEST(Apdu, ShortInputIsNeverReadPastItsEnd)
+TEST(BusApdu, ShortInputIsNeverReadPastItsEnd)
 {
     // Only the first `size` bytes exist as far as the decoder is concerned.
     const std::uint8_t buffer[] = {0x00, 0x80, 0x0C, 0x33};
@@ -117,7 +117,7 @@ TEST(Apdu, ShortInputIsNeverReadPastItsEnd)
     EXPECT_FALSE(DecodeGroupApdu(nullptr, 0).ok);
 }
 
-TEST(Apdu, ServiceNames)
+TEST(BusApdu, ServiceNames)
 {
     EXPECT_STREQ(ServiceName(GroupService::Read), "read");
     EXPECT_STREQ(ServiceName(GroupService::Response), "response");

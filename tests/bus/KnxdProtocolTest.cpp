@@ -7,7 +7,7 @@
 using namespace LumBus;
 using Bytes = std::vector<std::uint8_t>;
 
-TEST(KnxdProtocol, TypeNumbers)
+TEST(BusKnxdProtocol, TypeNumbers)
 {
     EXPECT_EQ(kEibInvalidRequest, 0x0000);
     EXPECT_EQ(kEibConnectionInuse, 0x0001);
@@ -16,7 +16,7 @@ TEST(KnxdProtocol, TypeNumbers)
     EXPECT_EQ(kEibGroupPacket, 0x0027);
 }
 
-TEST(KnxdProtocol, EncodesRequests)
+TEST(BusKnxdProtocol, EncodesRequests)
 {
     EXPECT_EQ(EncodeOpenGroupcon(false), (Bytes{0x00, 0x05, 0x00, 0x26, 0x00, 0x00, 0x00}));
     EXPECT_EQ(EncodeOpenGroupcon(true), (Bytes{0x00, 0x05, 0x00, 0x26, 0x00, 0x00, 0xFF}));
@@ -31,7 +31,7 @@ TEST(KnxdProtocol, EncodesRequests)
     EXPECT_EQ(EncodeKnxdMessage(kEibGroupPacket, Bytes(kMaxKnxdMessage - 2, 0)).size(), kMaxKnxdMessage + 2);
 }
 
-TEST(KnxdProtocol, DecodesReceivedGroupPackets)
+TEST(BusKnxdProtocol, DecodesReceivedGroupPackets)
 {
     // From 0.0.6 to 3/1/1: 0C 33.
     const auto packet = DecodeGroupPacket({0x00, 0x06, 0x19, 0x01, 0x00, 0x80, 0x0C, 0x33});
@@ -44,7 +44,7 @@ TEST(KnxdProtocol, DecodesReceivedGroupPackets)
     EXPECT_TRUE(DecodeGroupPacket({0x00, 0x06, 0x19, 0x01, 0x00, 0x00}));
 }
 
-TEST(KnxdProtocol, ParserCutsAStreamFedInAnyPieces)
+TEST(BusKnxdProtocol, ParserCutsAStreamFedInAnyPieces)
 {
     // The open reply, a write and a read, as knxd sends them back to back.
     const Bytes stream = {0x00, 0x02, 0x00, 0x26,                                                 //
@@ -71,7 +71,7 @@ TEST(KnxdProtocol, ParserCutsAStreamFedInAnyPieces)
     }
 }
 
-TEST(KnxdProtocol, ParserStopsOnBrokenFraming)
+TEST(BusKnxdProtocol, ParserStopsOnBrokenFraming)
 {
     struct Case
     {
@@ -98,7 +98,7 @@ TEST(KnxdProtocol, ParserStopsOnBrokenFraming)
     }
 }
 
-TEST(KnxdProtocol, ParserWaitsForAWholeMessage)
+TEST(BusKnxdProtocol, ParserWaitsForAWholeMessage)
 {
     KnxdMessageParser parser;
     const Bytes head = {0x04, 0x00, 0x00, 0x27}; // 1024 bytes announced, the largest allowed
@@ -114,7 +114,7 @@ TEST(KnxdProtocol, ParserWaitsForAWholeMessage)
     EXPECT_EQ(m->body.size(), 1022u);
 }
 
-TEST(KnxdProtocol, ErrorNames)
+TEST(BusKnxdProtocol, ErrorNames)
 {
     EXPECT_STREQ(KnxdErrorName(kEibInvalidRequest), "invalid request");
     EXPECT_STREQ(KnxdErrorName(kEibConnectionInuse), "connection in use");
@@ -122,7 +122,7 @@ TEST(KnxdProtocol, ErrorNames)
     EXPECT_STREQ(KnxdErrorName(kEibGroupPacket), "");
 }
 
-TEST(KnxdUrl, Forms)
+TEST(BusKnxdUrl, Forms)
 {
     struct Case
     {
@@ -146,7 +146,7 @@ TEST(KnxdUrl, Forms)
     }
 }
 
-TEST(KnxdUrl, BadForms)
+TEST(BusKnxdUrl, BadForms)
 {
     struct Case
     {

@@ -3,6 +3,7 @@
 
 #include <Lum/KnxValueConverter.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <iostream>
@@ -54,11 +55,14 @@ public:
         if (m_text.size() > 64 * 1024)
             Flush();
     }
+    // Pads to `width` characters, not bytes: units like "°C" are UTF-8.
     void Field(std::string_view text, std::size_t width)
     {
         m_text.append(text);
-        if (text.size() < width)
-            m_text.append(width - text.size(), ' ');
+        const auto characters = static_cast<std::size_t>(std::count_if(
+            text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+        if (characters < width)
+            m_text.append(width - characters, ' ');
         m_text.push_back(' ');
     }
     // False when standard output is gone (a closed pipe).

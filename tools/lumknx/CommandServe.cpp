@@ -35,7 +35,8 @@ struct ValuesLine
 };
 
 // "GA DPT VALUE" or "GA VALUE". A second word that parses as a DPT names the
-// DPT only when a value follows it, so "1/2/3 21.5" is a value.
+// DPT only when a value follows it, so "1/2/3 21.5" is a value (and so is
+// "1/2/3 9.001": a line with a DPT but no value reads as one without a DPT).
 ValuesLine SplitValuesLine(const std::string& line)
 {
     ValuesLine out;
@@ -91,7 +92,7 @@ ServedValues LoadValues(const std::string& path, const DptSource& dpts,
                 parts.dpt.empty() ? dpts.For(*address) : std::optional<KNXDPT>(*ParseDpt(parts.dpt));
             if (!dpt)
                 throw InputError(where + "no DPT for " + parts.address +
-                                 " (write GA DPT VALUE, or give --map)");
+                                 " (write GA DPT VALUE, or GA VALUE with --map)");
             Encoded encoded;
             try
             {
