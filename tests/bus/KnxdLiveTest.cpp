@@ -10,7 +10,10 @@
 
 #include <boost/algorithm/string.hpp>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <sstream>
 
 namespace
@@ -459,6 +462,57 @@ TEST_F(BusKnxd, ServeRefusesBadValuesFiles)
         EXPECT_EQ(r.status, 2) << c.content;
         EXPECT_EQ(r.err, "lumknx: " + Path("bad.txt") + (c.err[0] == ':' ? "" : " ") + c.err + "\n");
     }
+}
+
+} // namespace
+
+namespace
+{
+
+// Another client floods knxd while monitor decodes; none may be lost.
+// LUMBUS_FLOOD sets the count (2000 by default; scripts/bus-throughput.sh
+// measures with 20000).
+TEST_F(BusKnxd, MonitorKeepsUpWithAFlood)
+{
+    long count = 2000;
+    if (const char* text = std::getenv("LUMBUS_FLOOD"))
+        count = std::clamp(std::strtol(text, nullptr, 10), 1L, 1000000L);
+    auto monitor = StartListening(
+        {"monitor", Url(), "--dpt", "9.001", "--count", std::to_string(count), "--timeout", "60000"},
+        "monitor", "lumknx: monitoring");
+    boost::asio::io_context io;
+    LumBus::KnxdConnection flood(io, Url());
+    LumBus::GroupTelegram telegram{0, 0x0801, LumBus::GroupService::Write, {0x00, 0x00}, false};
+    const auto start = std::chrono::steady_clock::now();
+    for (long i = 0; i < count; ++i)
+    {
+        // Mantissa i % 2048, exponent 0: 0.00 .. 20.47, each a valid 9.001 value.
+        telegram.data[0] = static_cast<std::uint8_t>((i >> 8) & 0x07);
+        telegram.data[1] = static_cast<std::uint8_t>(i & 0xFF);
+        flood.Send(telegram);
+    }
+    const std::chrono::duration<double> sending = std::chrono::steady_clock::now() - start;
+    ASSERT_EQ(monitor->Wait(60s), 0) << LiveBus::ReadFile(Path("monitor.err"));
+    const std::chrono::duration<double> all = std::chrono::steady_clock::now() - start;
+
+    const auto rows = Lines(LiveBus::ReadFile(Path("monitor.out")));
+    ASSERT_EQ(rows.size(), static_cast<std::size_t>(count));
+    // In order and each one decoded: the last row holds the last value sent.
+    const long last = (count - 1) % 2048;
+    char lastValue[32];
+    std::snprintf(lastValue, sizeof lastValue, "%g °C", static_cast<double>(last) / 100.0);
+    EXPECT_NE(rows.back().find(lastValue), std::string::npos) << rows.back() << " wanted " << lastValue;
+    const std::string err = LiveBus::ReadFile(Path("monitor.err"));
+    EXPECT_NE(err.find("decoded: " + std::to_string(count) + ", raw: 0, failed: 0\n"), std::string::npos)
+        << err;
+
+    const auto rateAt = err.find("telegrams per second: ");
+    const std::string rate =
+        rateAt == std::string::npos ? "?" : err.substr(rateAt + 22, err.find('\n', rateAt) - rateAt - 22);
+    std::printf("flood: %ld telegrams sent in %.3f s; monitor decoded all in %.3f s from the start, "
+                "its own rate %s telegrams/s (TP1 carries about 50/s)\n",
+                count, sending.count(), all.count(), rate.c_str());
+    RecordProperty("monitor_telegrams_per_second", rate);
 }
 
 } // namespace

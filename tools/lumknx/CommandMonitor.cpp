@@ -167,6 +167,8 @@ int RunMonitor(const std::vector<std::string>& args)
 
     Totals totals;
     const auto start = Clock::now();
+    // The rate counts from the first telegram: waiting for the bus is no work.
+    Clock::time_point first = start;
     std::optional<Clock::time_point> deadline;
     if (timeout)
         deadline = start + std::chrono::milliseconds(*timeout);
@@ -199,7 +201,8 @@ int RunMonitor(const std::vector<std::string>& args)
         if (status != LumBus::ReceiveStatus::Telegram)
             break;
 
-        ++totals.telegrams;
+        if (totals.telegrams++ == 0)
+            first = Clock::now();
         Shown s;
         s.time = UtcTimestamp(std::chrono::system_clock::now());
         s.source = LumBus::FormatIndividualAddress(in.telegram.source);
@@ -257,7 +260,7 @@ int RunMonitor(const std::vector<std::string>& args)
     if (!out.Flush())
         outputGone = true;
 
-    const std::chrono::duration<double> elapsed = Clock::now() - start;
+    const std::chrono::duration<double> elapsed = Clock::now() - first;
     std::cerr << "telegrams: " << totals.telegrams << " (write " << totals.writes << ", read " << totals.reads
               << ", response " << totals.responses << "), decoded: " << totals.decoded
               << ", raw: " << totals.raw << ", failed: " << totals.failed << '\n';
