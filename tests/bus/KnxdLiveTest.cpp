@@ -50,6 +50,11 @@ protected:
     std::vector<std::string> Lumknx(std::vector<std::string> args) const
     {
         args.insert(args.begin(), LUMKNX_PATH);
+        std::vector<std::string> emulator;
+        boost::algorithm::split(emulator, std::string(LUMKNX_EMULATOR), boost::is_any_of(" "),
+                                boost::token_compress_on);
+        emulator.erase(std::remove(emulator.begin(), emulator.end(), ""), emulator.end());
+        args.insert(args.begin(), emulator.begin(), emulator.end());
         return args;
     }
     std::string Path(const std::string& name) const { return Dir() + "/" + name; }

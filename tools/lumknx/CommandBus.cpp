@@ -18,6 +18,11 @@ void RequireOneDptSource(const BusArgs& options)
     if (options.Has("--dpt") && options.Has("--map"))
         throw UsageError("give --dpt or --map, not both");
 }
+bool IsResponseFrom(const LumBus::ReceivedTelegram& in, std::uint16_t address)
+{
+    return in.problem.empty() && in.telegram.destination == address &&
+           in.telegram.service == LumBus::GroupService::Response;
+}
 } // namespace
 
 int RunRead(const std::vector<std::string>& args)
@@ -41,7 +46,10 @@ int RunRead(const std::vector<std::string>& args)
         {
             const auto status = session.Connection().Receive(in, deadline);
             if (status == LumBus::ReceiveStatus::Stopped)
+            {
+                std::cerr << "lumknx: stopped before a response came\n";
                 return 1;
+            }
             if (status == LumBus::ReceiveStatus::Timeout)
             {
                 std::cerr << "lumknx: no response from " << LumBus::FormatGroupAddress(address) << " within "
@@ -49,8 +57,7 @@ int RunRead(const std::vector<std::string>& args)
                 return 1;
             }
             // Other traffic goes on meanwhile; only the answer counts.
-            if (in.problem.empty() && in.telegram.destination == address &&
-                in.telegram.service == LumBus::GroupService::Response)
+            if (IsResponseFrom(in, address))
                 break;
         }
     }
