@@ -12,7 +12,8 @@ namespace
 // checked against its own limit. Signs, spaces and empty parts are refused.
 template <std::size_t N>
 std::optional<std::uint16_t> ParseParts(std::string_view text, char separator, std::size_t count,
-                                        const std::array<unsigned, N>& limits, const std::array<unsigned, N>& shifts)
+                                        const std::array<unsigned, N>& limits,
+                                        const std::array<unsigned, N>& shifts)
 {
     unsigned value = 0;
     const char* p = text.data();
@@ -68,7 +69,8 @@ std::string FormatGroupAddress(std::uint16_t address, GroupAddressStyle style)
     case GroupAddressStyle::ThreeLevel:
         break;
     }
-    return std::to_string(address >> 11) + '/' + std::to_string((address >> 8) & 7) + '/' + std::to_string(address & 0xFF);
+    return std::to_string(address >> 11) + '/' + std::to_string((address >> 8) & 7) + '/' +
+           std::to_string(address & 0xFF);
 }
 
 std::optional<std::uint16_t> ParseIndividualAddress(std::string_view text)
@@ -78,7 +80,8 @@ std::optional<std::uint16_t> ParseIndividualAddress(std::string_view text)
 
 std::string FormatIndividualAddress(std::uint16_t address)
 {
-    return std::to_string(address >> 12) + '.' + std::to_string((address >> 8) & 0xF) + '.' + std::to_string(address & 0xFF);
+    return std::to_string(address >> 12) + '.' + std::to_string((address >> 8) & 0xF) + '.' +
+           std::to_string(address & 0xFF);
 }
 
 } // namespace LumBus

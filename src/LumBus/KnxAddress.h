@@ -21,7 +21,8 @@ enum class GroupAddressStyle
 // "1/2/3", "1/515" or "2563"; none for anything else, out-of-range parts included.
 std::optional<std::uint16_t> ParseGroupAddress(std::string_view text);
 
-std::string FormatGroupAddress(std::uint16_t address, GroupAddressStyle style = GroupAddressStyle::ThreeLevel);
+std::string FormatGroupAddress(std::uint16_t address,
+                               GroupAddressStyle style = GroupAddressStyle::ThreeLevel);
 
 // "1.1.5" (area 4 bits, line 4 bits, device 8 bits).
 std::optional<std::uint16_t> ParseIndividualAddress(std::string_view text);

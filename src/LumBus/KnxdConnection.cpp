@@ -162,6 +162,11 @@ void KnxdConnection::Send(const GroupTelegram& telegram)
                                 EncodeGroupApdu(telegram.service, telegram.data, telegram.shortForm)));
 }
 
+void KnxdConnection::SendApdu(std::uint16_t destination, const std::vector<std::uint8_t>& apdu)
+{
+    SendBytes(EncodeGroupPacket(destination, apdu));
+}
+
 void KnxdConnection::StartRead()
 {
     if (m_reading || !m_readError.empty())

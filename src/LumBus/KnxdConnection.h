@@ -111,6 +111,9 @@ public:
                    std::chrono::milliseconds timeout = std::chrono::milliseconds(2000));
 
     void Send(const GroupTelegram& telegram) override;
+    // Sends an APDU as it stands, for what the group services do not build
+    // (tests of how peers take malformed telegrams). Throws BusError(Lost).
+    void SendApdu(std::uint16_t destination, const std::vector<std::uint8_t>& apdu);
     ReceiveStatus Receive(ReceivedTelegram& out,
                           std::optional<std::chrono::steady_clock::time_point> deadline) override;
     void Stop() override { m_stopped = true; }

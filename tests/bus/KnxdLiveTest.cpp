@@ -229,6 +229,29 @@ TEST_F(BusKnxd, MonitorShowsTextRowsAndKeepsGoingPastBytesThatDoNotFit)
         << err;
 }
 
+TEST_F(BusKnxd, MonitorCountsApdusThatAreNoGroupService)
+{
+    auto monitor = StartListening({"monitor", Url(), "--dpt", "9.001", "--count", "3", "--timeout", "5000"},
+                                  "monitor", "lumknx: monitoring");
+    boost::asio::io_context io;
+    LumBus::KnxdConnection peer(io, Url());
+    peer.SendApdu(0x0801, {0x03, 0xC0, 0x01}); // APCI 3C0
+    peer.SendApdu(0x0801, {0x00, 0x00, 0x01}); // a read with data
+    peer.SendApdu(0x0801, {0x00, 0x80, 0x0C, 0x33});
+    EXPECT_EQ(monitor->Wait(5s), 1);
+    const auto rows = Lines(LiveBus::ReadFile(Path("monitor.out")));
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(rows[0].substr(34),
+              "1/0/1     ?        -        -                      03 C0 01 FAILED: APCI 3C0 is no group "
+              "read, response or write");
+    EXPECT_EQ(rows[1].substr(34),
+              "1/0/1     ?        -        -                      00 00 01 FAILED: a read carries 1 "
+              "data byte(s)");
+    EXPECT_EQ(rows[2].substr(34), "1/0/1     write    9.001    21.5 °C                0C 33");
+    EXPECT_NE(LiveBus::ReadFile(Path("monitor.err")).find("decoded: 1, raw: 0, failed: 2\n"),
+              std::string::npos);
+}
+
 TEST_F(BusKnxd, MonitorWithoutDptShowsRawBytes)
 {
     auto monitor = StartListening({"monitor", Url(), "--count", "1", "--timeout", "5000"}, "monitor",
