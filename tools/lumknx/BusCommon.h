@@ -59,6 +59,11 @@ public:
     // The plan's name of the address, or "".
     std::string NameOf(std::uint16_t address) const;
     bool HasPlan() const { return m_plan.has_value(); }
+    // How the plan prints group addresses; three levels without a plan.
+    LumBus::GroupAddressStyle Style() const
+    {
+        return m_plan ? m_plan->Style() : LumBus::GroupAddressStyle::ThreeLevel;
+    }
 
 private:
     std::optional<GroupAddressPlan> m_plan;

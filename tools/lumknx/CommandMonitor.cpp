@@ -206,7 +206,7 @@ int RunMonitor(const std::vector<std::string>& args)
         Shown s;
         s.time = UtcTimestamp(std::chrono::system_clock::now());
         s.source = LumBus::FormatIndividualAddress(in.telegram.source);
-        s.destination = LumBus::FormatGroupAddress(in.telegram.destination);
+        s.destination = LumBus::FormatGroupAddress(in.telegram.destination, dpts.Style());
         s.name = dpts.NameOf(in.telegram.destination);
         if (!in.problem.empty())
         {

@@ -160,7 +160,7 @@ int RunServe(const std::vector<std::string>& args)
             if (found == values.end())
                 continue;
             const std::string from = LumBus::FormatIndividualAddress(in.telegram.source);
-            const std::string to = LumBus::FormatGroupAddress(in.telegram.destination);
+            const std::string to = LumBus::FormatGroupAddress(in.telegram.destination, dpts.Style());
             ServedValue& served = found->second;
             if (!in.problem.empty())
             {

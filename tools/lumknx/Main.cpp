@@ -53,10 +53,11 @@ const std::vector<LumKnx::Command>& Commands()
         {"write", "write URL GA VALUE [--dpt D | --map FILE]",
          std::string("Encodes VALUE for the DPT and writes it to GA.\n\n") + LumKnx::kValueForms,
          LumKnx::RunWrite},
-        {"serve", "serve URL --values FILE [--map FILE] [--count N] [--timeout MS]",
+        {"serve", "serve URL --values FILE [--map FILE] [--dpt D] [--count N] [--timeout MS]",
          "A virtual device: answers reads of the addresses in FILE (lines 'GA DPT VALUE', or 'GA VALUE'\n"
-         "with the DPT from --map; '#' starts a comment) and takes on the values others write there.\n"
-         "Stops on Ctrl-C, after --count answered reads or after --timeout ms.",
+         "with the DPT from --map, else --dpt; '#' starts a comment) and takes on the values others\n"
+         "write there. Stops on Ctrl-C, after --count answered reads or after --timeout ms. Exit\n"
+         "status 1 when a value that did not fit was ignored or --count was not reached.",
          LumKnx::RunServe},
     };
     return commands;
