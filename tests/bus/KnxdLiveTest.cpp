@@ -277,6 +277,8 @@ TEST_F(BusKnxd, ReadIsAnsweredByServe)
     auto serve =
         StartListening({"serve", Url(), "--values", Path("values.txt"), "--count", "7", "--timeout", "8000"},
                        "serve", "lumknx: serving 5 group address(es)");
+    boost::asio::io_context io;
+    LumBus::KnxdConnection peer(io, Url()); // sees serve's answers byte for byte
     struct Case
     {
         std::vector<std::string> args;
@@ -300,6 +302,7 @@ TEST_F(BusKnxd, ReadIsAnsweredByServe)
     // serve takes on what others write; a value that does not fit is ignored.
     ASSERT_EQ(LiveBus::Run(Lumknx({"write", Url(), "1/1/1", "-30", "--dpt", "9.001"}), Dir()).status, 0);
     ASSERT_EQ(LiveBus::Run({"knxtool", "groupwrite", Url(), "1/1/2", "01", "02"}, Dir()).status, 0);
+    ASSERT_EQ(LiveBus::Run({"knxtool", "groupwrite", Url(), "1/1/2", "01"}, Dir()).status, 0); // long form
     const RunResult after = LiveBus::Run(Lumknx({"read", Url(), "1/1/1", "--dpt", "9.001"}), Dir());
     EXPECT_EQ(after.out, "-30\t-30 °C (Float)\n");
     const RunResult kept = LiveBus::Run(Lumknx({"read", Url(), "1/1/2", "--dpt", "1.001"}), Dir());
@@ -307,16 +310,25 @@ TEST_F(BusKnxd, ReadIsAnsweredByServe)
     // Seven reads answered, one write ignored: exit 1 for the ignored one.
     EXPECT_EQ(serve->Wait(5s), 1) << LiveBus::ReadFile(Path("serve.err"));
     const auto log = Lines(LiveBus::ReadFile(Path("serve.out")));
-    ASSERT_EQ(log.size(), 9u);
+    ASSERT_EQ(log.size(), 10u);
     EXPECT_EQ(log[0].substr(log[0].find(" to ")), " to 1/1/1: answered 0C 33");
     EXPECT_EQ(log[5].substr(log[5].find(" to ")), " to 1/1/1: now -30 °C");
     EXPECT_EQ(
         log[6].substr(log[6].find(" to ")),
         " to 1/1/2: does not fit 1.001: Failed to convert a GroupValue for DPT 1.1 because of unexpected "
         "bit size: 16, expected: 1");
-    EXPECT_EQ(log[7].substr(log[7].find(" to ")), " to 1/1/1: answered 8A 24");
-    EXPECT_NE(LiveBus::ReadFile(Path("serve.err")).find("reads answered: 7, values updated: 1, ignored: 1"),
+    EXPECT_EQ(log[7].substr(log[7].find(" to ")), " to 1/1/2: now on");
+    EXPECT_EQ(log[8].substr(log[8].find(" to ")), " to 1/1/1: answered 8A 24");
+    EXPECT_EQ(log[9].substr(log[9].find(" to ")), " to 1/1/2: answered 01");
+    EXPECT_NE(LiveBus::ReadFile(Path("serve.err")).find("reads answered: 7, values updated: 2, ignored: 1"),
               std::string::npos);
+    // 1.001 answers in short form, also after a write in long form.
+    std::vector<Bytes> answers;
+    LumBus::ReceivedTelegram in;
+    while (peer.Receive(in, std::chrono::steady_clock::now() + 200ms) == LumBus::ReceiveStatus::Telegram)
+        if (in.telegram.destination == 0x0902 && in.telegram.service == LumBus::GroupService::Response)
+            answers.push_back(in.apdu);
+    EXPECT_EQ(answers, (std::vector<Bytes>{{0x00, 0x41}, {0x00, 0x41}}));
 }
 
 TEST_F(BusKnxd, ReadTimesOutWithExitOne)

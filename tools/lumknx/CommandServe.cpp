@@ -29,6 +29,12 @@ struct ServedValue
 
 using ServedValues = std::map<std::uint16_t, ServedValue>;
 
+bool IsShortFormValue(const KNXDPT& dpt, const std::vector<std::uint8_t>& data)
+{
+    return Lum::KnxValueConverter::GetExpectedBitSize(dpt.mainNumber) <= LumBus::kShortValueBits &&
+           data.size() == 1 && (data[0] & ~LumBus::kShortValueMask) == 0;
+}
+
 struct ValuesLine
 {
     std::string address, dpt, value; // dpt empty: the plan's
@@ -110,7 +116,7 @@ ServedValues LoadValues(const std::string& path, const DptSource& dpts,
             ServedValue& served = values[*address];
             served.dpt = *dpt;
             served.data.assign(raw.GetData(), raw.GetData() + raw.GetSize());
-            served.shortForm = encoded.group->GetDefinedSize() <= LumBus::kShortValueBits;
+            served.shortForm = IsShortFormValue(*dpt, served.data);
         }
     }
     catch (const std::system_error& e)
@@ -189,7 +195,8 @@ int RunServe(const std::vector<std::string>& args)
                 continue;
             }
             served.data = in.telegram.data;
-            served.shortForm = in.telegram.shortForm;
+            // Answers go out in the form the DPT calls for, whichever form the writer used.
+            served.shortForm = IsShortFormValue(served.dpt, served.data);
             ++updated;
             std::cout << LumBus::ServiceName(in.telegram.service) << " from " << from << " to " << to
                       << ": now " << value.human << std::endl;
