@@ -40,6 +40,10 @@ bool OnPath(const std::string& program)
 
 Child::Child(const std::vector<std::string>& argv, const std::string& outPath, const std::string& errPath)
 {
+    // The child truncates them only when it runs, which under qemu-user can be
+    // after the caller already looks for a line: what an earlier run wrote must go now.
+    ::unlink(outPath.c_str());
+    ::unlink(errPath.c_str());
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
