@@ -11,10 +11,12 @@ packages=(
   liblog4cplus-dev libnsl-dev librapidxml-dev libutfcpp-dev
   libgtest-dev libgmock-dev libbenchmark-dev time
 )
-# Extra groups, selected by arguments: "armhf" for the cross build.
+# Extra groups, selected by arguments: "armhf" for the cross build, "bus" for
+# the live-bus tests against a real knxd.
 for group in "$@"; do
   case "$group" in
     armhf) packages+=(crossbuild-essential-armhf qemu-user) ;;
+    bus) packages+=(knxd knxd-tools) ;;
     *) echo "install-deps: unknown group '$group'" >&2; exit 2 ;;
   esac
 done

@@ -11,17 +11,13 @@ TEST(KnxAddress, GroupAddressForms)
         const char* text;
         std::optional<std::uint16_t> value;
     } cases[] = {
-        {"1/0/1", 2049},           {"0/0/1", 1},
-        {"31/7/255", 0xFFFF},      {"3/1/1", 0x1901},
-        {"1/2049", std::nullopt},  {"1/1", 0x0801},
-        {"31/2047", 0xFFFF},       {"2049", 2049},
-        {"65535", 0xFFFF},         {"65536", std::nullopt},
-        {"32/0/0", std::nullopt},  {"0/8/0", std::nullopt},
-        {"0/0/256", std::nullopt}, {"", std::nullopt},
-        {"1//1", std::nullopt},    {"1/2/3/4", std::nullopt},
-        {"-1/0/0", std::nullopt},  {"1/0/1 ", std::nullopt},
-        {"+1/0/1", std::nullopt},  {"1/0/", std::nullopt},
-        {"a/b/c", std::nullopt},
+        // clang-format off
+        {"1/0/1", 2049},  {"0/0/1", 1},       {"31/7/255", 0xFFFF}, {"3/1/1", 0x1901}, {"1/2049", std::nullopt},
+        {"1/1", 0x0801},  {"31/2047", 0xFFFF}, {"2049", 2049},       {"65535", 0xFFFF}, {"65536", std::nullopt},
+        {"32/0/0", std::nullopt}, {"0/8/0", std::nullopt}, {"0/0/256", std::nullopt}, {"", std::nullopt},
+        {"1//1", std::nullopt},   {"1/2/3/4", std::nullopt}, {"-1/0/0", std::nullopt}, {"1/0/1 ", std::nullopt},
+        {"+1/0/1", std::nullopt}, {"1/0/", std::nullopt},    {"a/b/c", std::nullopt},
+        // clang-format on
     };
     for (const auto& c : cases)
         EXPECT_EQ(ParseGroupAddress(c.text), c.value) << c.text;

@@ -1,6 +1,7 @@
 // lumknx: the object-model library from a shell, for integrators who debug a
 // building. Every conversion, identifier and setting comes from the library;
 // this program only parses arguments and prints.
+#include "BusCommon.h"
 #include "Cli.h"
 #include "ValueText.h"
 
@@ -36,6 +37,28 @@ const std::vector<LumKnx::Command>& Commands()
          LumKnx::RunId},
         {"config", "config [FILE]",
          "Loads an app host configuration (the fixed path without FILE) and prints it.", LumKnx::RunConfig},
+        {"monitor", "monitor URL [--map FILE] [--dpt D] [--csv | --json] [--count N] [--timeout MS]",
+         "Prints every group telegram that knxd passes on (URL: local:/path/to/socket or ip:host[:port]):\n"
+         "time (UTC), source, destination, service, DPT, value with unit, bytes. The DPT comes from the\n"
+         "plan (--map), else from --dpt; without one the bytes stay raw. --csv writes lumknx's trace CSV\n"
+         "with a sixth column, the service; --json one object per line with the exact value. Stops after\n"
+         "--count telegrams, after --timeout ms or on Ctrl-C; the counts go to standard error. Exit\n"
+         "status 0, 1 when some telegram did not fit its DPT or --count was not reached, 2 when knxd\n"
+         "cannot be reached or the connection is lost.",
+         LumKnx::RunMonitor},
+        {"read", "read URL GA [--dpt D | --map FILE] [--timeout MS]",
+         "Sends a read to GA and prints the response as 'decode' does (raw bytes without a DPT).\n"
+         "Exit status 1 when no response comes within --timeout ms (2000).",
+         LumKnx::RunRead},
+        {"write", "write URL GA VALUE [--dpt D | --map FILE]",
+         std::string("Encodes VALUE for the DPT and writes it to GA.\n\n") + LumKnx::kValueForms,
+         LumKnx::RunWrite},
+        {"serve", "serve URL --values FILE [--map FILE] [--dpt D] [--count N] [--timeout MS]",
+         "A virtual device: answers reads of the addresses in FILE (lines 'GA DPT VALUE', or 'GA VALUE'\n"
+         "with the DPT from --map, else --dpt; '#' starts a comment) and takes on the values others\n"
+         "write there. Stops on Ctrl-C, after --count answered reads or after --timeout ms. Exit\n"
+         "status 1 when a value that did not fit was ignored or --count was not reached.",
+         LumKnx::RunServe},
     };
     return commands;
 }
@@ -101,9 +124,10 @@ int main(int argc, char** argv)
                 std::cout << "usage: lumknx " << c.synopsis << "\n\n" << c.help << "\n";
                 return 0;
             }
-            // A trace explains its failures beside each telegram; the console
+            // A trace or a monitor explains its failures beside each telegram; the console
             // stays quiet unless asked.
-            LumKnx::ConfigureLogging(level.empty() ? (name == "trace" ? "off" : "error") : level, detail);
+            const bool explainsItself = name == "trace" || name == "monitor" || name == "serve";
+            LumKnx::ConfigureLogging(level.empty() ? (explainsItself ? "off" : "error") : level, detail);
             return c.run(args);
         }
         throw LumKnx::UsageError("unknown command '" + name + "'; see 'lumknx --help'");

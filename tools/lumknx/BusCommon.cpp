@@ -1,0 +1,175 @@
+#include "BusCommon.h"
+
+#include <charconv>
+#include <csignal>
+#include <ctime>
+#include <iostream>
+
+namespace LumKnx
+{
+
+std::optional<unsigned long> BusArgs::Number(const std::string& option, unsigned long max) const
+{
+    const auto found = values.find(option);
+    if (found == values.end())
+        return std::nullopt;
+    const std::string& text = found->second;
+    unsigned long value = 0;
+    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec != std::errc() || end != text.data() + text.size() || value == 0 || value > max)
+        throw UsageError(option + " takes a number of 1.." + std::to_string(max) + ", not '" + text + "'");
+    return value;
+}
+
+BusArgs ParseBusArgs(const std::vector<std::string>& args, const std::set<std::string>& valueOptions,
+                     const std::set<std::string>& flagOptions)
+{
+    BusArgs out;
+    for (std::size_t i = 0; i < args.size(); ++i)
+    {
+        const std::string& arg = args[i];
+        if (arg.rfind("--", 0) != 0)
+        {
+            out.positional.push_back(arg);
+            continue;
+        }
+        const auto equals = arg.find('=');
+        const std::string name = arg.substr(0, equals);
+        if (out.Has(name))
+            throw UsageError(name + " is given twice");
+        if (flagOptions.count(name) != 0)
+        {
+            if (equals != std::string::npos)
+                throw UsageError(name + " takes no value");
+            out.flags.insert(name);
+        }
+        else if (valueOptions.count(name) != 0)
+        {
+            if (equals != std::string::npos)
+                out.values[name] = arg.substr(equals + 1);
+            else if (i + 1 < args.size())
+                out.values[name] = args[++i];
+            else
+                throw UsageError(name + " needs a value");
+        }
+        else
+            throw UsageError("unknown option '" + name + "'");
+    }
+    return out;
+}
+
+std::uint16_t GroupAddressArgument(const std::string& text)
+{
+    const auto address = LumBus::ParseGroupAddress(text);
+    if (!address)
+        throw UsageError("'" + text + "' is no group address (write it as 1/2/3, 1/515 or 2563)");
+    return *address;
+}
+
+DptSource::DptSource(const BusArgs& args)
+{
+    const auto map = args.values.find("--map");
+    if (map != args.values.end())
+    {
+        PlanLoadResult loaded = LoadGroupAddressPlan(map->second);
+        for (const std::string& warning : loaded.warnings)
+            std::cerr << "lumknx: warning: " << warning << '\n';
+        if (!loaded.plan)
+            throw InputError(loaded.error);
+        m_plan = std::move(loaded.plan);
+    }
+    const auto dpt = args.values.find("--dpt");
+    if (dpt != args.values.end())
+    {
+        const auto parsed = ParseDpt(dpt->second);
+        if (!parsed)
+            throw UsageError("'" + dpt->second + "' is not a DPT (write it as 9.001 or 9.x)");
+        m_dpt = *parsed;
+    }
+}
+
+std::optional<KNXDPT> DptSource::For(std::uint16_t address) const
+{
+    if (m_plan)
+        if (const PlanEntry* entry = m_plan->Find(address); entry != nullptr && entry->dpt)
+            return entry->dpt;
+    return m_dpt;
+}
+
+std::string DptSource::NameOf(std::uint16_t address) const
+{
+    if (!m_plan)
+        return "";
+    const PlanEntry* entry = m_plan->Find(address);
+    return entry != nullptr ? entry->name : "";
+}
+
+BusSession::BusSession(const std::string& url) : m_signals(m_io, SIGINT, SIGTERM)
+{
+    // A daemon that goes away must be an error to report, not a silent death.
+    std::signal(SIGPIPE, SIG_IGN);
+    try
+    {
+        m_connection.emplace(m_io, url);
+    }
+    catch (const LumBus::BusError& e)
+    {
+        if (e.GetKind() == LumBus::BusError::Kind::BadUrl)
+            throw UsageError(e.what());
+        throw InputError(e.what());
+    }
+    m_signals.async_wait(
+        [this](const boost::system::error_code& ec, int signal)
+        {
+            if (ec)
+                return;
+            m_signal = signal;
+            m_connection->Stop();
+        });
+}
+
+std::string UtcTimestamp(std::chrono::system_clock::time_point when)
+{
+    const auto millis =
+        std::chrono::duration_cast<std::chrono::milliseconds>(when.time_since_epoch()).count();
+    const std::time_t seconds = static_cast<std::time_t>(millis / 1000);
+    std::tm parts{};
+    ::gmtime_r(&seconds, &parts);
+    char text[80]; // room for any int the format could print
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%03d", parts.tm_year + 1900,
+                  parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec,
+                  static_cast<int>(millis % 1000));
+    return text;
+}
+
+std::string JsonEscaped(const std::string& text)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string out;
+    out.reserve(text.size());
+    for (const char c : text)
+    {
+        const auto b = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\')
+        {
+            out.push_back('\\');
+            out.push_back(c);
+        }
+        else if (b < 0x20 || b == 0x7F)
+        {
+            out += "\\u00";
+            out.push_back(digits[b >> 4]);
+            out.push_back(digits[b & 15]);
+        }
+        else
+            out.push_back(c);
+    }
+    return out;
+}
+
+std::vector<unsigned char> ToBytes(const std::vector<std::uint8_t>& bytes)
+{
+    return std::vector<unsigned char>(bytes.begin(), bytes.end());
+}
+
+} // namespace LumKnx
