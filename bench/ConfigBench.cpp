@@ -34,9 +34,11 @@ std::string DebuggingBlock(std::size_t n)
        << "  <ObjectModelConfig Path=\"/opt/userdata/devicestack/lumOM/config" << n << ".json\"/>\n"
        << "  <Diagnostics Level=\"2\" Target=\"/var/log/lumapphost/diag" << n << ".log\">"
        << "kept by the commissioning tool &amp; ignored by the host</Diagnostics>\n";
-    // The commissioning tool's notes on each session make up most of such a
-    // file; without them a megabyte of elements exceeds the document budget.
-    os << "  <!-- " << std::string(os.str().size(), '~') << " -->\n";
+    // The commissioning tool's notes on each later session make up most of
+    // such a file; without them a megabyte of elements exceeds the document
+    // budget.
+    if (n > 1)
+        os << "  <!-- " << std::string(os.str().size(), '~') << " -->\n";
     return os.str();
 }
 

@@ -21,6 +21,7 @@ packages=(
   libboost-atomic1.74-dev libboost-atomic1.74.0
   liblog4cplus-dev liblog4cplus-2.0.5
   libgtest-dev libgmock-dev
+  libbenchmark-dev libbenchmark1debian
 )
 # Header-only, architecture-independent.
 all_packages=(librapidxml-dev libutfcpp-dev)

@@ -3,7 +3,7 @@
 # build/bench/benchmark-results/ and prints each benchmark's time per operation
 # with the performance targets, each computed within this run.
 #
-#   scripts/run-benchmarks.sh [extra Google Benchmark flags...]
+#   scripts/run-benchmarks.sh [--armhf] [--quick] [extra Google Benchmark flags...]
 #   LUM_BENCH_REPETITIONS=5 scripts/run-benchmarks.sh
 #   LUM_BENCH_RESULTS=dir     where the CSV and JSON results go
 #
@@ -18,31 +18,42 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$root"
 
 repetitions="${LUM_BENCH_REPETITIONS:-3}"
+# --armhf: the 32-bit ARM build under qemu-arm (no targets there, figures only).
+preset=bench
+run=()
+if [ "${1:-}" = "--armhf" ]; then
+  shift
+  preset=armhf-bench
+  run=(qemu-arm -L /usr/arm-linux-gnueabihf)
+  export LD_LIBRARY_PATH="$root/build/armhf-sysroot/usr/lib/arm-linux-gnueabihf"
+fi
 # --quick (CI): one short repetition; the figures are printed all the same.
-quick=0
 if [ "${1:-}" = "--quick" ]; then
-  quick=1
   shift
   repetitions=1
   set -- --benchmark_min_time=0.05 "$@"
 fi
 
-# LUM_BENCH_NO_BUILD=1 runs what build/bench already holds.
+# LUM_BENCH_NO_BUILD=1 runs what the build folder already holds.
 if [ "${LUM_BENCH_NO_BUILD:-0}" != 1 ]; then
-  "$root/scripts/install-deps.sh"
-  cmake --preset bench >/dev/null
-  cmake --build --preset bench -j2 --target LumObjectModelBench LumMessengerBench lumknx
+  if [ "$preset" = armhf-bench ]; then
+    bash "$root/scripts/armhf-sysroot.sh"
+  else
+    "$root/scripts/install-deps.sh"
+  fi
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" -j2 --target LumObjectModelBench LumMessengerBench lumknx
 fi
 
-bin="$root/build/bench/bench"
-results="${LUM_BENCH_RESULTS:-$root/build/bench/benchmark-results}"
+bin="$root/build/$preset/bench"
+results="${LUM_BENCH_RESULTS:-$root/build/$preset/benchmark-results}"
 mkdir -p "$results"
 csv="$results/all.csv"
 : >"$csv"
 
 for name in LumObjectModelBench LumMessengerBench; do
   echo "run-benchmarks: running $name ($repetitions repetitions)" >&2
-  "$bin/$name" --benchmark_repetitions="$repetitions" --benchmark_report_aggregates_only=true \
+  "${run[@]}" "$bin/$name" --benchmark_repetitions="$repetitions" --benchmark_report_aggregates_only=true \
     --benchmark_format=csv --benchmark_out="$results/$name.json" --benchmark_out_format=json \
     "$@" >"$results/$name.csv"
   # One header for the combined file.
@@ -136,9 +147,9 @@ if [ ! -s "$trace" ]; then
   sample="$root/tools/sample/building-day.csv"
   { head -n 1 "$sample"; while :; do tail -n +2 "$sample"; done | head -n 1000000; } >"$trace" || true
 fi
-tool="$root/build/bench/tools/lumknx"
+tool="$root/build/$preset/tools/lumknx"
 if [ -x "$tool" ] && [ -x /usr/bin/time ]; then
-  /usr/bin/time -f "%M %e" -o "$results/trace-time.txt" "$tool" trace "$trace" >/dev/null 2>"$results/trace-err.txt" || true
+  /usr/bin/time -f "%M %e" -o "$results/trace-time.txt" "${run[@]}" "$tool" trace "$trace" >/dev/null 2>"$results/trace-err.txt" || true
   # time adds a line of its own before its figures when the command exits non-zero.
   read -r rss seconds < <(tail -n 1 "$results/trace-time.txt")
   printf "\nlumknx trace, %s lines: %s (peak RSS %s KiB, %s s wall)\n" \
