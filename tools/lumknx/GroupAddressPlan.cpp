@@ -1,6 +1,14 @@
 #include "GroupAddressPlan.h"
 
+#include "PlanReaders.h"
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace LumKnx
 {
@@ -12,7 +20,8 @@ GroupAddressPlan::GroupAddressPlan(std::vector<PlanEntry> entries, LumBus::Group
                      [](const PlanEntry& a, const PlanEntry& b) { return a.address < b.address; });
     // The first listing of an address wins; the readers warn about the rest.
     m_entries.erase(std::unique(m_entries.begin(), m_entries.end(),
-                                [](const PlanEntry& a, const PlanEntry& b) { return a.address == b.address; }),
+                                [](const PlanEntry& a, const PlanEntry& b)
+                                { return a.address == b.address; }),
                     m_entries.end());
 }
 
@@ -23,11 +32,74 @@ const PlanEntry* GroupAddressPlan::Find(std::uint16_t address) const
     return it != m_entries.end() && it->address == address ? &*it : nullptr;
 }
 
-// Placeholder until the readers land: no form is recognised yet.
+PlanLoadResult ReadGroupAddressPlan(std::string_view bytes)
+{
+    static constexpr std::string_view kZip = "PK\x03\x04";
+    static constexpr std::string_view kEmptyZip = "PK\x05\x06";
+    if (bytes.substr(0, 4) == kZip || bytes.substr(0, 4) == kEmptyZip)
+        return ReadPlanProject(bytes);
+    std::string_view text = bytes;
+    if (text.substr(0, 3) == "\xEF\xBB\xBF")
+        text.remove_prefix(3);
+    const auto first = text.find_first_not_of(" \t\r\n");
+    if (first != text.npos && text[first] == '<')
+        return ReadPlanXml(bytes);
+    return ReadPlanCsv(bytes);
+}
+
+namespace
+{
+// The whole file, or an error when it cannot be read or is over the cap.
+bool ReadWholeFile(const std::string& path, std::string& out, std::string& error)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+    {
+        error = std::strerror(errno);
+        return false;
+    }
+    struct stat info;
+    bool ok = ::fstat(fd, &info) == 0;
+    if (ok && S_ISDIR(info.st_mode))
+    {
+        error = "it is a directory";
+        ok = false;
+    }
+    if (ok && S_ISREG(info.st_mode) && static_cast<std::uint64_t>(info.st_size) > kMaxPlanBytes)
+        ok = false; // said below, as for a pipe that runs over
+    char buffer[64 * 1024];
+    while (ok)
+    {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+        {
+            error = std::strerror(errno);
+            ok = false;
+        }
+        else if (n == 0)
+            break;
+        else if (out.size() + static_cast<std::size_t>(n) > kMaxPlanBytes)
+            ok = false;
+        else
+            out.append(buffer, static_cast<std::size_t>(n));
+    }
+    ::close(fd);
+    if (!ok && error.empty())
+        error = "larger than " + std::to_string(kMaxPlanBytes >> 20) + " MiB; no plan is that big";
+    return ok;
+}
+} // namespace
+
 PlanLoadResult LoadGroupAddressPlan(const std::string& path)
 {
-    PlanLoadResult result;
-    result.error = "\"" + path + "\": group-address plans cannot be read yet";
+    std::string bytes;
+    std::string error;
+    PlanLoadResult result =
+        ReadWholeFile(path, bytes, error) ? ReadGroupAddressPlan(bytes) : PlanError(std::move(error));
+    if (!result.plan)
+        result.error = "cannot read plan '" + path + "': " + result.error;
     return result;
 }
 
