@@ -21,6 +21,9 @@ packages=(
   libboost-atomic1.74-dev libboost-atomic1.74.0
   liblog4cplus-dev liblog4cplus-2.0.5
   libgtest-dev libgmock-dev
+  libzip-dev libzip4 zlib1g-dev zlib1g libbz2-1.0 libssl3
+  libpugixml-dev libpugixml1v5
+  libcsv-dev libcsv3
 )
 # Header-only, architecture-independent.
 all_packages=(librapidxml-dev libutfcpp-dev)
