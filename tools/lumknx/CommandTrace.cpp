@@ -7,6 +7,7 @@
 #include <Lum/KnxValueConverter.h>
 #include <LumBus/KnxAddress.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -105,7 +106,13 @@ void Row(Output& out, const TraceLine& t, const Planned& planned, std::string_vi
     out.Field(t.source, 9);
     out.Field(t.destination, 9);
     if (planned.name != nullptr)
-        out.Field(EscapeControls(*planned.name), 24);
+    {
+        // Padded by characters, not bytes, so that names with umlauts line up.
+        const std::string name = EscapeControls(*planned.name);
+        const auto continuation = std::count_if(
+            name.begin(), name.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; });
+        out.Field(name, 28 + static_cast<std::size_t>(continuation));
+    }
     // The line's own DPT text, even one that did not parse, comes first.
     std::string_view dpt = t.dptText;
     if (!t.hasDpt && !planned.dptText.empty())
