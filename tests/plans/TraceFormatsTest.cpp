@@ -172,7 +172,7 @@ TEST(TraceFormats, ProblemsOfEachForm)
          "a read carries no value"},
         {{kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "Write", "", "21.5 °C")},
          TraceLine::Kind::Telegram,
-         "no $-prefixed value in its data columns"},
+         "no value in its data columns"},
         {{kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "Write", "", "$0C $3")},
          TraceLine::Kind::Telegram,
          "not hexadecimal bytes"},
@@ -211,6 +211,8 @@ TEST(TraceFormats, MonitorCsvColumnsByName)
         {"Destination\tSource\tType\tValue", "4/1/2\t0.0.7\tWrite\t$0C33"},
         {"\"Time\";\"Destination\";\"Source\";\"Raw Data\";\"Info\"",
          "\"08:00\";\"4/1/2\";\"0.0.7\";\"$0C $33\";\"21.5 °C\""},
+        {"Time,Source,Destination,DPT,Data,Service", "1,0.0.7,4/1/2,,0C 33,write"},
+        {"\"Destination Address\";\"Info\";\"Source\";\"Data\"", "\"4/1/2\";\"21.5 °C\";\"0.0.7\";\"0C33\""},
     };
     const Parsed expected = Last({"1,0.0.7,4/1/2,,0C 33"});
     for (const auto& lines : variants)

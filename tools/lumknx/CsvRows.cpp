@@ -88,7 +88,7 @@ std::string CsvRows::Error() const
 {
     if (m_stopped)
         return "";
-    const int code = csv_error(const_cast<csv_parser*>(&m_parser));
+    const int code = csv_error(&m_parser);
     return code == CSV_EPARSE ? "a quote out of place or never closed" : csv_strerror(code);
 }
 

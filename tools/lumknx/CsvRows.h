@@ -42,7 +42,7 @@ private:
     static void OnField(void* text, std::size_t size, void* self);
     static void OnRowEnd(int terminator, void* self);
 
-    csv_parser m_parser{};
+    mutable csv_parser m_parser{}; // libcsv reads its error through a non-const pointer
     RowHandler m_onRow;
     std::vector<std::string> m_fields;
     std::size_t m_rows = 0;

@@ -32,19 +32,47 @@ const PlanEntry* GroupAddressPlan::Find(std::uint16_t address) const
     return it != m_entries.end() && it->address == address ? &*it : nullptr;
 }
 
+namespace
+{
+bool IsZip(std::string_view bytes)
+{
+    static constexpr std::string_view kEntry = "PK\x03\x04";
+    static constexpr std::string_view kEmpty = "PK\x05\x06";
+    return bytes.substr(0, 4) == kEntry || bytes.substr(0, 4) == kEmpty;
+}
+
+bool IsXml(std::string_view bytes)
+{
+    if (bytes.substr(0, 3) == "\xEF\xBB\xBF")
+        bytes.remove_prefix(3);
+    const auto first = bytes.find_first_not_of(" \t\r\n");
+    return first != bytes.npos && bytes[first] == '<';
+}
+
+bool IsAnything(std::string_view)
+{
+    return true;
+}
+
+// The forms in the order they are tried; a new form is a reader and a row.
+struct PlanForm
+{
+    bool (*recognises)(std::string_view bytes);
+    PlanLoadResult (*read)(std::string_view bytes);
+};
+constexpr PlanForm kPlanForms[] = {
+    {IsZip, ReadPlanProject},
+    {IsXml, ReadPlanXml},
+    {IsAnything, ReadPlanCsv},
+};
+} // namespace
+
 PlanLoadResult ReadGroupAddressPlan(std::string_view bytes)
 {
-    static constexpr std::string_view kZip = "PK\x03\x04";
-    static constexpr std::string_view kEmptyZip = "PK\x05\x06";
-    if (bytes.substr(0, 4) == kZip || bytes.substr(0, 4) == kEmptyZip)
-        return ReadPlanProject(bytes);
-    std::string_view text = bytes;
-    if (text.substr(0, 3) == "\xEF\xBB\xBF")
-        text.remove_prefix(3);
-    const auto first = text.find_first_not_of(" \t\r\n");
-    if (first != text.npos && text[first] == '<')
-        return ReadPlanXml(bytes);
-    return ReadPlanCsv(bytes);
+    for (const PlanForm& form : kPlanForms)
+        if (form.recognises(bytes))
+            return form.read(bytes);
+    return PlanError("no form of plan recognised"); // unreachable while the last row takes anything
 }
 
 namespace

@@ -5,11 +5,7 @@
 #include "Cli.h"
 #include "PlanReaders.h"
 
-#include <boost/algorithm/string.hpp>
-
 #include <pugixml.hpp>
-
-#include <cstring>
 
 namespace LumKnx
 {

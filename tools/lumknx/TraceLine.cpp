@@ -396,7 +396,7 @@ bool TraceParser::ReadMonitorHeader(std::string_view line)
     {
         const std::size_t column = Column(header, {name});
         if (column != kNone)
-            columns.data.push_back(column);
+            columns.data.push_back({column, std::string_view(name).find("data") != std::string_view::npos});
     }
     m_columns = std::move(columns);
     m_separator = separator;
@@ -445,17 +445,19 @@ void TraceParser::ParseMonitorRow(std::string_view line, TraceLine& out)
     }
     if (out.service == TraceLine::Service::Read)
         return;
-    for (const std::size_t column : m_columns.data)
+    for (const auto& data : m_columns.data)
     {
-        std::string_view cell = field(column);
-        if (cell.empty() || cell.front() != '$')
+        std::string_view cell = field(data.column);
+        const bool dollar = !cell.empty() && cell.front() == '$';
+        if (!dollar && (cell.empty() || !data.plainHex))
             continue;
-        if (!ParseDollarBytes(cell, out.data))
+        const bool parsed = dollar ? ParseDollarBytes(cell, out.data) : ParseBytes(cell, out.data);
+        if (!parsed)
             out.problem = "not hexadecimal bytes";
         out.dataText = cell;
         return;
     }
-    out.problem = "no $-prefixed value in its data columns";
+    out.problem = "no value in its data columns";
 }
 
 } // namespace LumKnx

@@ -10,7 +10,8 @@
 //     frames other than group-value reads, responses and writes are ignored;
 //   - the engineering tool's group-monitor CSV, recognised by a header naming a
 //     "Destination Address" column; columns are found by name, values are
-//     "$0C $33" or "$0C33" in its "Data", "Raw Data", "Info" or "Value" column.
+//     "$0C $33" or "$0C33" in its "Data", "Raw Data", "Info" or "Value" column
+//     (the first two may also hold plain "0C 33").
 // The knxd forms are recognised on each line, the group-monitor CSV from its
 // header on; any other line is read as the own CSV.
 #include "CsvRows.h"
@@ -63,7 +64,12 @@ private:
     struct MonitorColumns
     {
         std::size_t time, service, source, destination, dpt;
-        std::vector<std::size_t> data; // in order of preference
+        struct Data
+        {
+            std::size_t column;
+            bool plainHex; // "Data" and "Raw Data" may hold "0C 33" too; text columns only "$0C $33"
+        };
+        std::vector<Data> data; // in order of preference
     };
     bool ReadMonitorHeader(std::string_view line);
     void ParseMonitorRow(std::string_view line, TraceLine& out);
