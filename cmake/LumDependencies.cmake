@@ -26,3 +26,22 @@ if(NOT TARGET Lum::utfcpp)
   add_library(Lum::utfcpp INTERFACE IMPORTED)
   target_include_directories(Lum::utfcpp SYSTEM INTERFACE "${LUM_UTFCPP_INCLUDE_DIR}")
 endif()
+
+# The lumknx plan readers: project archives, XML exports and CSV exports.
+# libzip and pugixml ship pkg-config files; libcsv ships none. Only the tool
+# needs them, so a library-only build does not.
+if(LUM_BUILD_TOOLS)
+  pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
+  pkg_check_modules(PUGIXML REQUIRED IMPORTED_TARGET pugixml)
+  find_path(LUM_LIBCSV_INCLUDE_DIR csv.h REQUIRED)
+  find_library(LUM_LIBCSV_LIBRARY csv REQUIRED)
+  if(NOT TARGET Lum::libzip)
+    add_library(Lum::libzip INTERFACE IMPORTED)
+    target_link_libraries(Lum::libzip INTERFACE PkgConfig::LIBZIP)
+    add_library(Lum::pugixml INTERFACE IMPORTED)
+    target_link_libraries(Lum::pugixml INTERFACE PkgConfig::PUGIXML)
+    add_library(Lum::libcsv INTERFACE IMPORTED)
+    target_include_directories(Lum::libcsv SYSTEM INTERFACE "${LUM_LIBCSV_INCLUDE_DIR}")
+    target_link_libraries(Lum::libcsv INTERFACE "${LUM_LIBCSV_LIBRARY}")
+  endif()
+endif()

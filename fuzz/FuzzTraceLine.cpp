@@ -1,6 +1,6 @@
-// Any bytes as one line of a bus trace, then as a whole trace's worth of
-// lines: the parser never crashes, never keeps more than a telegram's bytes,
-// and what it accepts decodes through the library without an exception.
+// Any bytes as the lines of a bus trace in any of its forms: the parser
+// never crashes, never keeps more than a telegram's bytes, and what it
+// accepts decodes through the library without an exception.
 #include "FuzzSupport.h"
 
 #include <TraceLine.h>
@@ -27,17 +27,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return c;
     }();
     const std::string_view text(reinterpret_cast<const char*>(data), size);
+    LumKnx::TraceParser parser;
     LumKnx::TraceLine line;
     std::size_t start = 0;
     while (start <= text.size())
     {
         const std::size_t end = std::min(text.find('\n', start), text.size());
-        LumKnx::ParseTraceLine(text.substr(start, end - start), line);
+        parser.Parse(text.substr(start, end - start), line);
         if (line.kind == LumKnx::TraceLine::Kind::Telegram && line.problem.empty())
         {
-            if (line.data.empty() || line.data.size() > 255)
-                std::abort(); // a telegram without bytes, or more than a frame can carry
-            LumKnx::DecodeForDisplay(converter, line.dpt, line.data);
+            const bool read = line.service == LumKnx::TraceLine::Service::Read;
+            if (line.data.empty() != read || line.data.size() > 255)
+                std::abort(); // a value for a read, none for a write, or more than a frame can carry
+            if (line.hasDpt && !read)
+                LumKnx::DecodeForDisplay(converter, line.dpt, line.data);
         }
         start = end + 1;
     }

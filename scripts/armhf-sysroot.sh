@@ -22,10 +22,16 @@ packages=(
   liblog4cplus-dev liblog4cplus-2.0.5
   libgtest-dev libgmock-dev
   libbenchmark-dev libbenchmark1debian
+  libzip-dev libzip4 zlib1g-dev zlib1g libbz2-1.0 libssl3
+  libpugixml-dev libpugixml1v5
+  libcsv-dev libcsv3
 )
 # Header-only, architecture-independent.
 all_packages=(librapidxml-dev libutfcpp-dev)
-if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "${packages[*]} ${all_packages[*]}" ]; then
+# The layout's name is part of the stamp, so that a sysroot unpacked before
+# the merge below is made again.
+contents="${packages[*]} ${all_packages[*]} merged-usr"
+if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$contents" ]; then
   exit 0
 fi
 
@@ -44,5 +50,10 @@ mkdir -p "$sysroot"
 for deb in "$debs"/*.deb; do
   dpkg -x "$deb" "$sysroot"
 done
-echo "${packages[*]} ${all_packages[*]}" > "$stamp"
+# Some runtime libraries (zlib, bzip2) ship in /lib; the linker and the
+# emulator look only in usr/lib, as on a merged-/usr system.
+if [ -d "$sysroot/lib/arm-linux-gnueabihf" ]; then
+  cp -a "$sysroot/lib/arm-linux-gnueabihf/." "$sysroot/usr/lib/arm-linux-gnueabihf/"
+fi
+echo "$contents" > "$stamp"
 echo "armhf-sysroot: ready in $sysroot"

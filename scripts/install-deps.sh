@@ -9,6 +9,7 @@ packages=(
   libboost-dev libboost-thread-dev libboost-chrono-dev libboost-date-time-dev
   libboost-timer-dev libboost-system-dev libboost-filesystem-dev
   liblog4cplus-dev libnsl-dev librapidxml-dev libutfcpp-dev
+  libzip-dev libpugixml-dev libcsv-dev
   libgtest-dev libgmock-dev libbenchmark-dev time
 )
 # Extra groups, selected by arguments: "armhf" for the cross build, "bus" for

@@ -71,12 +71,7 @@ DptSource::DptSource(const BusArgs& args)
     const auto map = args.values.find("--map");
     if (map != args.values.end())
     {
-        PlanLoadResult loaded = LoadGroupAddressPlan(map->second);
-        for (const std::string& warning : loaded.warnings)
-            std::cerr << "lumknx: warning: " << warning << '\n';
-        if (!loaded.plan)
-            throw InputError(loaded.error);
-        m_plan = std::move(loaded.plan);
+        m_plan = std::move(LoadPlanOrThrow(map->second).plan);
     }
     const auto dpt = args.values.find("--dpt");
     if (dpt != args.values.end())

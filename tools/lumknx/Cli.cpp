@@ -1,4 +1,5 @@
 #include "Cli.h"
+#include "GroupAddressPlan.h"
 
 #include <DptVocabulary.h>
 #include <Lum/KnxValueConverter.h>
@@ -11,6 +12,7 @@
 #include <boost/algorithm/string.hpp>
 
 #include <cctype>
+#include <iostream>
 #include <memory>
 #include <mutex>
 
@@ -216,6 +218,16 @@ void ConfigureLogging(const std::string& level, bool detail)
         console->setLayout(std::unique_ptr<log4cplus::Layout>(new MessageOnlyLayout));
     console->setThreshold(found->second);
     logger.addAppender(console);
+}
+
+PlanLoadResult LoadPlanOrThrow(const std::string& path)
+{
+    PlanLoadResult result = LoadGroupAddressPlan(path);
+    for (const std::string& warning : result.warnings)
+        std::cerr << "lumknx: warning: " << warning << '\n';
+    if (!result.plan)
+        throw InputError(result.error);
+    return result;
 }
 
 } // namespace LumKnx

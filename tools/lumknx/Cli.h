@@ -81,5 +81,11 @@ int RunTrace(const std::vector<std::string>& args);
 int RunDpts(const std::vector<std::string>& args);
 int RunId(const std::vector<std::string>& args);
 int RunConfig(const std::vector<std::string>& args);
+int RunGamap(const std::vector<std::string>& args);
+
+struct PlanLoadResult;
+// The plan at `path` (result.plan is set), its warnings printed on standard
+// error; InputError (exit 2) with the reader's one line when it cannot be used.
+PlanLoadResult LoadPlanOrThrow(const std::string& path);
 
 } // namespace LumKnx

@@ -1,15 +1,19 @@
 #include "Cli.h"
+#include "GroupAddressPlan.h"
 #include "LineReader.h"
 #include "TraceLine.h"
 #include "ValueText.h"
 
 #include <Lum/KnxValueConverter.h>
+#include <LumBus/KnxAddress.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include <fcntl.h>
@@ -53,6 +57,7 @@ struct Totals
     unsigned long decoded = 0;
     unsigned long failed = 0;
     unsigned long skipped = 0;
+    unsigned long withoutDpt = 0; // printed raw: neither the line nor the plan names a DPT
 };
 
 // Rows go out in large blocks: formatting, not the terminal, sets the pace.
@@ -87,13 +92,32 @@ private:
     std::string m_text;
 };
 
-void Row(Output& out, const TraceLine& t, std::string_view bytes, std::string_view value,
-         std::string_view status, std::string_view detail)
+// What the plan says about one telegram's destination.
+struct Planned
+{
+    const std::string* name = nullptr; // none without a plan
+    std::string dptText;               // the plan's DPT when the line names none
+};
+
+void Row(Output& out, const TraceLine& t, const Planned& planned, std::string_view bytes,
+         std::string_view value, std::string_view status, std::string_view detail)
 {
     out.Field(t.time, 24);
     out.Field(t.source, 9);
     out.Field(t.destination, 9);
-    out.Field(t.dptText, 8);
+    if (planned.name != nullptr)
+    {
+        // Padded by characters, not bytes, so that names with umlauts line up.
+        const std::string name = EscapeControls(*planned.name);
+        const auto continuation = std::count_if(
+            name.begin(), name.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; });
+        out.Field(name, 28 + static_cast<std::size_t>(continuation));
+    }
+    // The line's own DPT text, even one that did not parse, comes first.
+    std::string_view dpt = t.dptText;
+    if (!t.hasDpt && !planned.dptText.empty())
+        dpt = planned.dptText;
+    out.Field(dpt.empty() ? std::string_view("-") : dpt, 8);
     out.Field(bytes, 24);
     out.Field(value, 22);
     out.Append(status);
@@ -104,9 +128,27 @@ void Row(Output& out, const TraceLine& t, std::string_view bytes, std::string_vi
 
 int RunTrace(const std::vector<std::string>& args)
 {
-    if (args.size() > 1)
+    std::vector<std::string> files;
+    std::string mapPath;
+    for (std::size_t i = 0; i < args.size(); ++i)
+    {
+        if (args[i] == "--map")
+        {
+            if (i + 1 == args.size())
+                throw UsageError("--map needs a plan FILE");
+            mapPath = args[++i];
+        }
+        else if (args[i].rfind("--map=", 0) == 0)
+            mapPath = args[i].substr(6);
+        else
+            files.push_back(args[i]);
+    }
+    if (files.size() > 1)
         throw UsageError("trace takes at most one FILE ('-' for standard input)");
-    const std::string path = args.empty() ? SampleTracePath() : args[0];
+    std::optional<GroupAddressPlan> plan;
+    if (!mapPath.empty())
+        plan = std::move(LoadPlanOrThrow(mapPath).plan);
+    const std::string path = files.empty() ? SampleTracePath() : files[0];
     const int fd = OpenTrace(path);
 
     Lum::KnxValueConverter converter;
@@ -115,7 +157,9 @@ int RunTrace(const std::vector<std::string>& args)
     Totals totals;
     Output out;
     LineReader reader(fd);
+    TraceParser parser;
     TraceLine line;
+    Planned planned;
     std::string_view text;
     bool tooLong = false;
     unsigned long number = 0;
@@ -131,7 +175,7 @@ int RunTrace(const std::vector<std::string>& args)
             out.EndLine();
             continue;
         }
-        ParseTraceLine(text, line);
+        parser.Parse(text, line);
         if (line.kind == TraceLine::Kind::Ignored)
             continue;
         if (line.kind == TraceLine::Kind::Malformed)
@@ -142,24 +186,53 @@ int RunTrace(const std::vector<std::string>& args)
             continue;
         }
         ++totals.telegrams;
+        KNXDPT dpt = line.dpt;
+        bool hasDpt = line.hasDpt;
+        if (plan)
+        {
+            static const std::string kUnplanned = "?";
+            const auto address = LumBus::ParseGroupAddress(line.destination);
+            const PlanEntry* entry = address ? plan->Find(*address) : nullptr;
+            planned.name = entry != nullptr ? &entry->name : &kUnplanned;
+            planned.dptText.clear();
+            if (!hasDpt && entry != nullptr && entry->dpt)
+            {
+                dpt = *entry->dpt;
+                hasDpt = true;
+                planned.dptText = FormatDpt(dpt);
+            }
+        }
         if (!line.problem.empty())
         {
             ++totals.failed;
-            Row(out, line, line.dataText, "-", "FAILED: ", line.problem);
+            Row(out, line, planned, line.dataText, "-", "FAILED: ", line.problem);
             continue;
         }
-        const ValueText value = DecodeForDisplay(converter, line.dpt, line.data, messages);
         const std::string bytes = FormatHex(line.data);
+        if (line.service == TraceLine::Service::Read)
+        {
+            ++totals.decoded;
+            Row(out, line, planned, bytes, "(read)", "OK", "");
+            continue;
+        }
+        if (!hasDpt)
+        {
+            ++totals.withoutDpt;
+            Row(out, line, planned, bytes, "-", "no DPT", "");
+            continue;
+        }
+        const ValueText value = DecodeForDisplay(converter, dpt, line.data, messages);
+        const char* status = line.service == TraceLine::Service::Response ? "OK (response)" : "OK";
         if (value.decoded)
         {
             ++totals.decoded;
-            Row(out, line, bytes, value.human, "OK",
+            Row(out, line, planned, bytes, value.human, status,
                 value.warning.empty() ? "" : "; warning: " + value.warning);
         }
         else
         {
             ++totals.failed;
-            Row(out, line, bytes, "-", "FAILED: ", value.reason);
+            Row(out, line, planned, bytes, "-", "FAILED: ", value.reason);
         }
     }
     out.Flush();
@@ -171,6 +244,8 @@ int RunTrace(const std::vector<std::string>& args)
               << ", failed: " << totals.failed << ", skipped lines: " << totals.skipped << '\n';
     std::fprintf(stderr, "telegrams per second: %.0f\n",
                  elapsed.count() > 0 ? static_cast<double>(totals.telegrams) / elapsed.count() : 0.0);
+    if (totals.withoutDpt > 0)
+        std::cerr << "printed raw for want of a DPT: " << totals.withoutDpt << '\n';
     return totals.failed == 0 && totals.skipped == 0 ? 0 : 1;
 }
 

@@ -23,13 +23,25 @@ const std::vector<LumKnx::Command>& Commands()
          std::string("Encodes one value, e.g. 'encode 9.001 21.5' or 'encode 16.001 \"Hallo\"'.\n\n") +
              LumKnx::kValueForms,
          LumKnx::RunEncode},
-        {"trace", "trace [FILE|-]",
-         "Decodes a bus trace (CSV: time,source,destination,dpt,data); '-' reads standard input,\n"
-         "no FILE decodes the shipped sample of a day in a small building. Each telegram prints\n"
-         "with OK or FAILED and the reason; lines that are no telegram are skipped (lines over\n"
-         "64 KiB too). The counts and the rate go to standard error. Exit status 0 when every\n"
-         "telegram decoded, 1 when some failed or lines were skipped, 2 when FILE cannot be read.",
+        {"trace", "trace [--map PLAN] [FILE|-]",
+         "Decodes a bus trace; '-' reads standard input, no FILE decodes the shipped sample of a\n"
+         "day in a small building. The trace is lumknx's CSV (time,source,destination,dpt,data and\n"
+         "optionally service: write, read or response, as 'monitor --csv' writes it), knxd's\n"
+         "groupsocketlisten or vbusmonitor1 text, or the engineering tool's group-monitor CSV\n"
+         "export, recognised by content. A telegram's DPT comes from its line, else from the plan\n"
+         "given with --map (see 'gamap'), whose names then print beside each address; without\n"
+         "either the telegram prints raw ('no DPT'). Each telegram prints with OK or FAILED and\n"
+         "the reason; lines that are no telegram are skipped (lines over 64 KiB too). The counts\n"
+         "and the rate go to standard error. Exit status 0 when every telegram decoded or printed\n"
+         "raw, 1 when some failed or lines were skipped, 2 when FILE or PLAN cannot be read.",
          LumKnx::RunTrace},
+        {"gamap", "gamap FILE",
+         "Prints the group-address plan in FILE: address (as the plan writes them), DPT ('-' when\n"
+         "none is assigned) and name, one per line. FILE is the engineering tool's CSV or XML export\n"
+         "of the group addresses, or a .knxproj project without password, recognised by content.\n"
+         "Warnings (an address listed twice, a row that was dropped) go to standard error. Exit status\n"
+         "0 when the plan was read whole, 1 with warnings, 2 when FILE cannot be read.",
+         LumKnx::RunGamap},
         {"dpts", "dpts [--markdown]", "Lists the supported datapoint types.", LumKnx::RunDpts},
         {"id", "id ID | id co N | id co-value N | id param ip|number|text N | id ld | id app-control ...",
          "Tells what an object-model identifier (0..4294967295) denotes, or builds one\n"
