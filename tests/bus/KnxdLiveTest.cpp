@@ -331,6 +331,40 @@ TEST_F(BusKnxd, ReadIsAnsweredByServe)
     EXPECT_EQ(answers, (std::vector<Bytes>{{0x00, 0x41}, {0x00, 0x41}}));
 }
 
+// The integrator's plan gives each address its DPT: serve, read, write and monitor take it from --map.
+TEST_F(BusKnxd, PlanGivesEachAddressItsDpt)
+{
+    const std::string plan = LUMKNX_SAMPLE_DIR "/building-plan.xml";
+    LiveBus::WriteFile(Path("values.txt"), "3/1/1 21.5\n1/1/1 on\n");
+    auto serve = StartListening(
+        {"serve", Url(), "--values", Path("values.txt"), "--map", plan, "--count", "2", "--timeout", "8000"},
+        "serve", "lumknx: serving 2 group address(es)");
+    const struct
+    {
+        const char* address;
+        const char* out;
+    } reads[] = {{"3/1/1", "21.5\t21.5 °C (Float)\n"}, {"1/1/1", "true\ton (Bool)\n"}};
+    for (const auto& c : reads)
+    {
+        const RunResult r = LiveBus::Run(Lumknx({"read", Url(), c.address, "--map", plan}), Dir());
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out, c.out) << c.address;
+    }
+    EXPECT_EQ(serve->Wait(5s), 0);
+
+    auto monitor = StartListening({"monitor", Url(), "--map", plan, "--count", "1", "--timeout", "5000"},
+                                  "monitor", "lumknx: monitoring");
+    const RunResult w = LiveBus::Run(Lumknx({"write", Url(), "4/1/1", "1234.5", "--map", plan}), Dir());
+    EXPECT_EQ(w.status, 0) << w.err;
+    EXPECT_EQ(monitor->Wait(5s), 0);
+    const std::string out = LiveBus::ReadFile(Path("monitor.out"));
+    EXPECT_NE(out.find(" 4/1/1 "), std::string::npos) << out;
+    // 1234.5 as an IEEE single is 0x449A5000; the plan's name follows the bytes.
+    EXPECT_NE(out.find(" 14.056   1234.5 W               44 9A 50 00 (Zähler Wirkleistung)\n"),
+              std::string::npos)
+        << out;
+}
+
 TEST_F(BusKnxd, ReadTimesOutWithExitOne)
 {
     const auto start = std::chrono::steady_clock::now();
