@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <memory>
+#include <new>
 
 namespace Lum
 {
@@ -320,8 +320,8 @@ bool AppHostConfiguration::LoadAppHostConfigXML(char* text)
     }
     catch (const BudgetExceeded&)
     {
-        LUM_LOG_ERROR("Failed to read configuration file: the document needs more than " << budget
-                                                                                          << " bytes of memory");
+        LUM_LOG_ERROR("Failed to read configuration file: the document needs more than "
+                      << budget << " bytes of memory");
         return false;
     }
     catch (const std::bad_alloc&)

@@ -108,7 +108,8 @@ const char* Describe(LoadFileStatus status)
     return "unknown";
 }
 
-boost::optional<std::vector<char>> LoadFile(const std::string& path, std::size_t maxBytes, LoadFileStatus& status)
+boost::optional<std::vector<char>> LoadFile(const std::string& path, std::size_t maxBytes,
+                                            LoadFileStatus& status)
 {
     try
     {

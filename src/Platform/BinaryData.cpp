@@ -27,8 +27,7 @@ constexpr std::size_t kMaxSize = 65536;
 // Big-endian number of up to `width` bytes from `index`; stops at the end of
 // the buffer, so a short buffer gives the number its bytes hold.
 template <typename Bytes>
-std::uint32_t ReadBigEndian(const Bytes& bytes, std::size_t index, std::size_t width,
-                            const char* function)
+std::uint32_t ReadBigEndian(const Bytes& bytes, std::size_t index, std::size_t width, const char* function)
 {
     if (index >= bytes.size())
     {

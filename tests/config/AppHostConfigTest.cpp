@@ -10,16 +10,16 @@
 #include <functional>
 #include <sstream>
 
-#include <pthread.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <atomic>
 #include <fstream>
 #include <iostream>
+#include <pthread.h>
 #include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -329,7 +329,7 @@ struct UnreadableCase
 {
     const char* name;
     std::function<std::string(const fs::path& dir)> make; // returns the path to load
-    std::string reason; // after the quoted path; empty: the plain line
+    std::string reason;                                   // after the quoted path; empty: the plain line
 };
 
 TEST(AppHostConfigFile, NoFileThatIsNotARegularFileOfSaneSizeIsReadAndNothingBlocks)
@@ -339,7 +339,8 @@ TEST(AppHostConfigFile, NoFileThatIsNotARegularFileOfSaneSizeIsReadAndNothingBlo
     const std::vector<UnreadableCase> cases = {
         {"EndlessDevice", [](const fs::path&) { return std::string("/dev/zero"); }, ": not a regular file"},
         {"Fifo",
-         [](const fs::path& d) {
+         [](const fs::path& d)
+         {
              const std::string path = (d / "fifo").string();
              EXPECT_EQ(0, ::mkfifo(path.c_str(), 0600));
              return path;
@@ -347,7 +348,8 @@ TEST(AppHostConfigFile, NoFileThatIsNotARegularFileOfSaneSizeIsReadAndNothingBlo
          ": not a regular file"},
         {"Directory", [](const fs::path& d) { return d.string(); }, ": not a regular file"},
         {"AboveTheSizeLimit",
-         [](const fs::path& d) {
+         [](const fs::path& d)
+         {
              const std::string path = (d / "big.xml").string();
              std::ofstream(path) << "<LumAppHostConfig WithoutKNX='1'/>";
              fs::resize_file(path, AppHostConfiguration::MaxFileSize + 1); // sparse: costs no disk
@@ -366,8 +368,8 @@ TEST(AppHostConfigFile, NoFileThatIsNotARegularFileOfSaneSizeIsReadAndNothingBlo
         config.LoadConfigurationFile(path);
         std::ostringstream quoted;
         quoted << fs::path(path);
-        EXPECT_EQ(log.Texts(), std::vector<std::string>{"App host config file cannot be read from: " +
-                                                         quoted.str() + c.reason});
+        EXPECT_EQ(log.Texts(), std::vector<std::string>{
+                                   "App host config file cannot be read from: " + quoted.str() + c.reason});
         EXPECT_EQ(State(config), "D....");
         if (c.reason == ": not a regular file")
         {
@@ -393,10 +395,12 @@ TEST(AppHostConfig, DocumentAtTheNestingLimitParsesOnA64KiBStack)
     pthread_t thread;
     ASSERT_EQ(0, pthread_create(
                      &thread, &attributes,
-                     [](void* arg) -> void* {
+                     [](void* arg) -> void*
+                     {
                          Job& j = *static_cast<Job*>(arg);
                          AppHostConfiguration config;
-                         *j.loaded = config.LoadAppHostConfigXML(&(*j.text)[0]) && config.IsAppHostWithoutKNX();
+                         *j.loaded =
+                             config.LoadAppHostConfigXML(&(*j.text)[0]) && config.IsAppHostWithoutKNX();
                          return nullptr;
                      },
                      &job));
@@ -421,7 +425,8 @@ long PeakGrowthKiB(const std::string& path, bool& loaded)
         rusage after{};
         ::getrusage(RUSAGE_SELF, &after);
         const long result[2] = {after.ru_maxrss - before.ru_maxrss, config.IsAppHostWithoutKNX() ? 1L : 0L};
-        const bool written = ::write(pipeEnds[1], result, sizeof result) == static_cast<ssize_t>(sizeof result);
+        const bool written =
+            ::write(pipeEnds[1], result, sizeof result) == static_cast<ssize_t>(sizeof result);
         ::_exit(written ? 0 : 1);
     }
     ::close(pipeEnds[1]);
@@ -474,7 +479,8 @@ TEST(AppHostConfigFile, LoadingCostsAboutThreeTimesTheFile)
         EXPECT_EQ(c.loads, loaded);
         // Three times the file, and some room for the allocator's own pages.
         EXPECT_LT(growthKiB, static_cast<long>(3 * c.text.size() / 1024 + 4096));
-        std::cout << c.name << ": " << c.text.size() / 1024 << " KiB file, peak growth " << growthKiB << " KiB\n";
+        std::cout << c.name << ": " << c.text.size() / 1024 << " KiB file, peak growth " << growthKiB
+                  << " KiB\n";
     }
 }
 

@@ -176,7 +176,8 @@ TEST(GroupValueOruValue, ShortDataAndTheCheck)
     // The check through the converter refuses a short date before the decoder's own length test.
     LogCapture log;
     EXPECT_FALSE(Lum::GroupValueToOruValue(Group("04 01", 24), Dpt(11, 1)));
-    EXPECT_EQ(log.TextsAtLeast(log4cplus::WARN_LOG_LEVEL).back(), "Received invalid value 04 01 for DPT 11.1");
+    EXPECT_EQ(log.TextsAtLeast(log4cplus::WARN_LOG_LEVEL).back(),
+              "Received invalid value 04 01 for DPT 11.1");
     for (unsigned main = 1; main < 256; ++main)
     {
         for (const unsigned bits : {0u, 1u, 8u, 16u, 24u, 32u, 64u, 112u})
