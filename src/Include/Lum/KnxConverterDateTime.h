@@ -26,9 +26,10 @@ public:
 /// @brief Times of day with weekday (10.001).
 ///
 /// ToKnxValue() writes the time and weekday of the value's ORUTIME (a weekday mask with
-/// other than one bit set is sent as no day; an invalid time is refused). FromKnxValue() rejects reserved bits and invalid
-/// times, writes the time on 2000-01-01 (not local time) with the weekday mask and sets
-/// the value type to time of day (type 15). Failures log ERROR.
+/// other than one bit set is sent as no day; an invalid time is refused). FromKnxValue()
+/// rejects reserved bits and invalid times, writes the time on 2000-01-01 (not local time)
+/// with the weekday mask and sets the value type to time of day (type 15). Failures log
+/// ERROR.
 /// Unlike the other converters, FromKnxValue() called directly with a group value of
 /// fewer than 3 bytes lets KnxStack::GroupValueException through; KnxValueConverter
 /// checks the size first and catches it.

@@ -184,6 +184,7 @@ public:
     bool GetDefaultMappingDptForSize(KNXDPT& dpt);
     /// @brief Writes the default DPT of @p val's type (and @p dpt's bit size) into @p dpt.
     /// @param dpt in/out: bit size in; main number, sub number and bit size out when found.
+    /// @param val the value whose type picks the DPT (in).
     /// @return false, with @p dpt untouched, when the value type has no default.
     bool GetDefaultMappingDptForValueType(KNXDPT& dpt, const ORUVALUE& val);
     /// @brief The bits a group value of a main number must have.
