@@ -125,8 +125,8 @@ LUM_OM_API const DptValueEntry& GetEmptyDptValueEntry();
 /// then every thread may convert through a const reference at the same time.
 ///
 /// Conversions never throw: a failure returns false after an ERROR line that says why
-/// (a DPT without a default logs INFO instead), followed by the converter's own ERROR
-/// line where the converter rejected the value. A DPT without an entry is the one
+/// (a DPT without a default logs INFO instead); when the converter rejected the value,
+/// the converter's own ERROR line comes first. A DPT without an entry is the one
 /// exception: two ERROR lines ("No Entry found for DPT = ..." and "Assume validity and
 /// accept value!") and the result true, with the output left as it was.
 class LUM_OM_API KnxValueConverter
