@@ -16,22 +16,22 @@
 /// enumeration (its underlying type is fixed).
 enum OruValueType : std::int32_t
 {
-    ivtUnset = 0,      ///< passes every type check
-    ivtEmpty = 1,      ///< no value
-    ivtBool = 2,       ///< one- and two-bit values
-    ivtFloat = 3,      ///< double
-    ivtInteger = 4,    ///< signed 32-bit
-    ivtShort = 5,      ///< signed 16-bit
-    ivtByte = 6,       ///< unsigned 8-bit
-    ivtWord = 7,       ///< unsigned 16-bit
-    ivtDWord = 8,      ///< unsigned 32-bit
-    ivtData40 = 9,     ///< five raw bytes (default of 218.000)
-    ivtString = 10,    ///< UTF-8 text
-    ivtDate = 11,      ///< ORUTIME, date part
-    ivtTime = 12,      ///< ORUTIME, time part
-    ivtDateTime = 13,  ///< ORUTIME
-    ivtTimePeriod = 14,///< signed 32-bit (default of 13.100)
-    ivtDayTime = 15,   ///< ORUTIME, time of day on a fixed date
+    ivtUnset = 0,       ///< passes every type check
+    ivtEmpty = 1,       ///< no value
+    ivtBool = 2,        ///< one- and two-bit values
+    ivtFloat = 3,       ///< double
+    ivtInteger = 4,     ///< signed 32-bit
+    ivtShort = 5,       ///< signed 16-bit
+    ivtByte = 6,        ///< unsigned 8-bit
+    ivtWord = 7,        ///< unsigned 16-bit
+    ivtDWord = 8,       ///< unsigned 32-bit
+    ivtData40 = 9,      ///< five raw bytes (default of 218.000)
+    ivtString = 10,     ///< UTF-8 text
+    ivtDate = 11,       ///< ORUTIME, date part
+    ivtTime = 12,       ///< ORUTIME, time part
+    ivtDateTime = 13,   ///< ORUTIME
+    ivtTimePeriod = 14, ///< signed 32-bit (default of 13.100)
+    ivtDayTime = 15,    ///< ORUTIME, time of day on a fixed date
     // Known by number to the compatibility rules; payloads as noted.
     ivtUnsigned = 20,       ///< unsigned 32-bit
     ivtLocalDateTime = 102, ///< ORUTIME
@@ -51,14 +51,14 @@ namespace OruWeekDays
 /// @brief One bit per day, Monday first; 0 is no day.
 enum WEEK_DAY_TYPES : std::uint16_t
 {
-    WEEK_DAY_NONE = 0,       ///< No day.
-    WEEK_DAY_MONDAY = 1,     ///< Monday.
-    WEEK_DAY_TUESDAY = 2,    ///< Tuesday.
-    WEEK_DAY_WEDNESDAY = 4,  ///< Wednesday.
-    WEEK_DAY_THURSDAY = 8,   ///< Thursday.
-    WEEK_DAY_FRIDAY = 16,    ///< Friday.
-    WEEK_DAY_SATURDAY = 32,  ///< Saturday.
-    WEEK_DAY_SUNDAY = 64,    ///< Sunday.
+    WEEK_DAY_NONE = 0,      ///< No day.
+    WEEK_DAY_MONDAY = 1,    ///< Monday.
+    WEEK_DAY_TUESDAY = 2,   ///< Tuesday.
+    WEEK_DAY_WEDNESDAY = 4, ///< Wednesday.
+    WEEK_DAY_THURSDAY = 8,  ///< Thursday.
+    WEEK_DAY_FRIDAY = 16,   ///< Friday.
+    WEEK_DAY_SATURDAY = 32, ///< Saturday.
+    WEEK_DAY_SUNDAY = 64,   ///< Sunday.
 };
 } // namespace OruWeekDays
 
@@ -68,16 +68,16 @@ namespace OruDP
 /// @brief Refines a value type; the numbers are the platform's.
 enum OruValueSubType : std::int32_t
 {
-    ivstNone = 0,            ///< No refinement ("Generic").
-    ivstSigned8Bit = 9,      ///< A signed byte.
-    ivstSigned16Bit = 12,    ///< A signed 16-bit number.
-    ivstSwitch = 2001,       ///< A switch (1.001).
-    ivstStatus8Bit = 3001,   ///< An 8-bit status.
-    ivstDimmingStep = 3002,  ///< A dimming step (3.007).
-    ivstFloat2Byte = 3003,   ///< A KNX 2-byte float.
-    ivstSceneNumber = 4001,  ///< A scene number.
-    ivstAscii = 8001,        ///< ASCII text.
-    ivstLatin1 = 8002,       ///< Latin-1 text.
+    ivstNone = 0,           ///< No refinement ("Generic").
+    ivstSigned8Bit = 9,     ///< A signed byte.
+    ivstSigned16Bit = 12,   ///< A signed 16-bit number.
+    ivstSwitch = 2001,      ///< A switch (1.001).
+    ivstStatus8Bit = 3001,  ///< An 8-bit status.
+    ivstDimmingStep = 3002, ///< A dimming step (3.007).
+    ivstFloat2Byte = 3003,  ///< A KNX 2-byte float.
+    ivstSceneNumber = 4001, ///< A scene number.
+    ivstAscii = 8001,       ///< ASCII text.
+    ivstLatin1 = 8002,      ///< Latin-1 text.
 };
 
 /// @brief The subtype's name ("Generic" for 0); "Unknown" for a number without a name. Never null.
@@ -138,15 +138,15 @@ private:
 /// checked when written.
 struct LUM_PLATFORM_API ORUTIME
 {
-    std::uint16_t year = 0;      ///< The year, e.g. 2026.
-    std::uint8_t month = 0;      ///< 1 = January .. 12.
-    std::uint8_t day = 0;        ///< Day of the month, from 1.
-    std::uint8_t hour = 0;       ///< 0 .. 23.
-    std::uint8_t minute = 0;     ///< 0 .. 59.
-    std::uint8_t second = 0;     ///< 0 .. 59.
-    std::uint8_t hundredths = 0; ///< Hundredths of a second.
-    std::uint16_t weekDay = 0;   ///< OruWeekDays::WEEK_DAY_TYPES mask
-    std::uint16_t dayOfYear = 0; ///< 1 = 1 January, 0 = unknown
+    std::uint16_t year = 0;        ///< The year, e.g. 2026.
+    std::uint8_t month = 0;        ///< 1 = January .. 12.
+    std::uint8_t day = 0;          ///< Day of the month, from 1.
+    std::uint8_t hour = 0;         ///< 0 .. 23.
+    std::uint8_t minute = 0;       ///< 0 .. 59.
+    std::uint8_t second = 0;       ///< 0 .. 59.
+    std::uint8_t hundredths = 0;   ///< Hundredths of a second.
+    std::uint16_t weekDay = 0;     ///< OruWeekDays::WEEK_DAY_TYPES mask
+    std::uint16_t dayOfYear = 0;   ///< 1 = 1 January, 0 = unknown
     bool isLocalTime = false;      ///< Local time rather than UTC.
     bool isDaylightSaving = false; ///< Daylight-saving time in force.
 
