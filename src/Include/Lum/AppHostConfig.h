@@ -74,8 +74,8 @@ public:
     /// Applies the file at AppHostConfigFilePath over the current values; on
     /// any failure logs one ERROR line naming the file and why (a missing file,
     /// one that is no regular file or above MaxFileSize, bad XML), keeps them
-    /// and never throws. Bad XML logs the reason as LoadAppHostConfigXML() does,
-    /// followed by a second ERROR line "Falling back to standard configuration.".
+    /// and never throws. Exception: bad XML logs two ERROR lines, the reason as
+    /// LoadAppHostConfigXML() gives it and "Falling back to standard configuration.".
     /// Not thread-safe: call it before the object is shared.
     void LoadConfigurationFile();
     /// @brief The same from another place (tests, tools).
