@@ -13,11 +13,12 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev time
 )
 # Extra groups, selected by arguments: "armhf" for the cross build, "bus" for
-# the live-bus tests against a real knxd.
+# the live-bus tests against a real knxd, "docs" for the API reference.
 for group in "$@"; do
   case "$group" in
     armhf) packages+=(crossbuild-essential-armhf qemu-user) ;;
     bus) packages+=(knxd knxd-tools) ;;
+    docs) packages+=(doxygen) ;;
     *) echo "install-deps: unknown group '$group'" >&2; exit 2 ;;
   esac
 done

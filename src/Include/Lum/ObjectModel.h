@@ -1,6 +1,7 @@
 #pragma once
 
-// Every public header of the object-model library and of the platform it uses.
+/// @file
+/// @brief Every public header of the object-model library and of the platform it uses.
 
 #include <Lum/AppHostConfig.h>
 #include <Lum/Docket.h>
