@@ -109,6 +109,7 @@ KnxConverter* KnxConverterDate::Clone() const
 // --- 10.001 ------------------------------------------------------------------
 
 bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
+try
 {
     LUM_TRACE_TO_KNX(dpt, value);
     if (dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime)
@@ -126,9 +127,11 @@ bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                          static_cast<KnxStack::DayOfWeek>(static_cast<std::uint8_t>(tod->GetWeekday())));
     return true;
 }
+LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                          ORUVALUE& value)
+try
 {
     LUM_TRACE_FROM_KNX(dpt, group);
     if (dpt.mainNumber != 10 && dpt.subNumber != 1)
@@ -170,6 +173,7 @@ bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::Grou
     t.isDaylightSaving = false;
     return true;
 }
+LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterTimeOfDay::Clone() const
 {

@@ -175,7 +175,7 @@ TEST(Converters, EveryConverterRefusesAValueWithoutBytesInItsOwnName)
         {&kSigned8, Dpt(6, 1)},  {&kStatus, Dpt(6, 20)}, {&kU16, Dpt(7, 1)},   {&kS16, Dpt(8, 1)},
         {&kU24, Dpt(232, 1)},    {&kU32, Dpt(12, 1)},    {&kS32, Dpt(13, 1)},  {&kF16, Dpt(9, 1)},
         {&kF32, Dpt(14, 56)},    {&kLatin1, Dpt(4, 2)},  {&kText, Dpt(16, 0)}, {&kNumber, Dpt(17, 1)},
-        {&kControl, Dpt(18, 1)}, {&kInfo, Dpt(26, 1)},
+        {&kControl, Dpt(18, 1)}, {&kInfo, Dpt(26, 1)},   {&kTime, Dpt(10, 1)},
     };
     for (const auto& [converter, dpt] : converters)
     {
