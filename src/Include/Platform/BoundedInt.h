@@ -21,8 +21,7 @@ namespace Lum
 /// @tparam Min the smallest value allowed.
 /// @tparam Max the largest value allowed.
 /// @tparam Tag an empty type that keeps unrelated bounded integers apart.
-template <typename T, T Min, T Max, typename Tag>
-class BoundedInt
+template <typename T, T Min, T Max, typename Tag> class BoundedInt
 {
     static_assert(Min <= Max, "empty range");
 

@@ -69,7 +69,8 @@ public:
         virtual void OnResponse(void* context, const std::string& requestId, const std::string& response,
                                 const IError& error) = 0;
         /// @brief The answer to RegisterApplicationAsync().
-        virtual void OnRegisterApplication(void* context, const std::string& requestId, const IError& error) = 0;
+        virtual void OnRegisterApplication(void* context, const std::string& requestId,
+                                           const IError& error) = 0;
         /// @brief The answer to a configuration read.
         virtual void OnGetConfiguration(void* context, const std::string& requestId,
                                         const std::string& configuration, const IError& error) = 0;
@@ -116,7 +117,8 @@ public:
     virtual std::string GetValueAsync(unsigned long id, bool flag) = 0;
     /// @brief Writes @p value (text form) to object @p id; the answer comes to IResponseHandler::OnSetValue.
     /// @return the request id; empty when nothing was issued.
-    virtual std::string SetValueAsync(unsigned long id, const std::string& value, bool flag, int reserved) = 0;
+    virtual std::string SetValueAsync(unsigned long id, const std::string& value, bool flag,
+                                      int reserved) = 0;
     /// @brief Attaches the handler of every answer; @p context is handed back to each callback.
     ///
     /// Null detaches the handler. The handler is not owned and must stay alive while attached.
