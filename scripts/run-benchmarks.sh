@@ -145,7 +145,9 @@ END {
 trace="$results/million.csv"
 if [ ! -s "$trace" ]; then
   sample="$root/tools/sample/building-day.csv"
-  { head -n 1 "$sample"; while :; do tail -n +2 "$sample"; done | head -n 1000000; } >"$trace" || true
+  # awk stops by itself; a shell loop feeding head would spin forever once head exits.
+  awk -v n=1000000 'NR == 1 { print; next } { rows[++count] = $0 }
+    END { for (i = 0; i < n; ++i) print rows[i % count + 1] }' "$sample" >"$trace"
 fi
 tool="$root/build/$preset/tools/lumknx"
 if [ -x "$tool" ] && [ -x /usr/bin/time ]; then
