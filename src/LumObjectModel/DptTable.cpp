@@ -196,9 +196,32 @@ bool AddEntry(KnxValueConverter& self, unsigned short main, unsigned short sub, 
 
 } // namespace
 
+namespace
+{
+
+// The table as its rows build it, once per process. Building it row by row
+// costs some fifty clones and eighty tree insertions; every Init (and one
+// runs per checked group value) copies the finished trees instead. The rows
+// log nothing unless they fail, so a copy is indistinguishable from a rebuild.
+class DefaultTable : public KnxValueConverter
+{
+public:
+    DefaultTable() { FillDptValueMap(&AddEntry); }
+};
+
+const DptValueMap& DefaultDptValueMap()
+{
+    // Never destroyed: an Init from another static object's destructor still finds it.
+    static const DefaultTable* const table = new DefaultTable;
+    return table->GetDptValueMap();
+}
+
+} // namespace
+
 bool KnxValueConverter::FillDptValueMap()
 {
-    return FillDptValueMap(&AddEntry);
+    dptValueMap.CopyEntriesFrom(DefaultDptValueMap());
+    return true;
 }
 
 bool KnxValueConverter::FillDptValueMap(DptEntryAdder adder)

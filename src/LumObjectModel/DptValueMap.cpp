@@ -1,6 +1,7 @@
 #include <Lum/KnxValueConverter.h>
 #include <Platform/Logging.h>
 
+#include "ConverterMemory.h"
 #include "KnxConverterLog.h"
 
 #include <cstddef>
@@ -86,20 +87,28 @@ DptValueMap::DptValueMap(const DptValueMap& other) : DptValueMap()
 DptValueMap& DptValueMap::operator=(const DptValueMap& other)
 {
     if (this != &other)
+        CopyEntriesFrom(other);
+    return *this;
+}
+
+void DptValueMap::CopyEntriesFrom(const DptValueMap& other)
+{
+    Clear();
     {
-        Clear();
-        for (const auto& main : other.m_entries)
+        const Detail::ConverterArenaScope scope(m_arena);
+        // The inner maps take the outer map's arena (uses-allocator construction).
+        m_entries = other.m_entries;
+    }
+    for (const auto& main : m_entries)
+    {
+        for (const auto& sub : main.second)
         {
-            for (const auto& sub : main.second)
-            {
-                KNXDPT dpt = sub.second.dpt;
-                dpt.mainNumber = main.first;
-                dpt.subNumber = sub.first;
-                Add(dpt, sub.second);
-            }
+            KNXDPT dpt = sub.second.dpt;
+            dpt.mainNumber = main.first;
+            dpt.subNumber = sub.first;
+            RememberExact(dpt, sub.second);
         }
     }
-    return *this;
 }
 
 DptValueMap::~DptValueMap() = default;

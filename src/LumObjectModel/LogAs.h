@@ -7,18 +7,5 @@
 // the log finds the call the application made.
 #define LUM_LOG_AS(level, function, ...) LUM_LOG_AT(level, function, __FILE__, __LINE__, __VA_ARGS__)
 
-// The same for a place the caller names (a report made on another's behalf).
-#define LUM_LOG_AT(level, function, file, line, ...)                                                         \
-    do                                                                                                       \
-    {                                                                                                        \
-        const log4cplus::Logger& lumLogger_ = ::Lum::GetGlobalDefaultLogger();                               \
-        if (lumLogger_.isEnabledFor(level))                                                                  \
-        {                                                                                                    \
-            ::Lum::LogEntryFormatter lumEntry_(function, file, line);                                        \
-            lumEntry_.Stream() << __VA_ARGS__;                                                               \
-            lumEntry_.Emit(lumLogger_, level);                                                               \
-        }                                                                                                    \
-    } while (false)
-
 #define LUM_LOG_ERROR_AS(function, ...) LUM_LOG_AS(log4cplus::ERROR_LOG_LEVEL, function, __VA_ARGS__)
 #define LUM_LOG_WARN_AS(function, ...) LUM_LOG_AS(log4cplus::WARN_LOG_LEVEL, function, __VA_ARGS__)

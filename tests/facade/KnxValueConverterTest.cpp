@@ -15,6 +15,7 @@
 #include <numeric>
 #include <set>
 #include <tuple>
+#include <typeinfo>
 
 using namespace FacadeTest;
 using KVC = Lum::KnxValueConverter;
@@ -228,6 +229,61 @@ TEST(DptTable, InitRegistersFiftyThreeRowsUnderTwentySevenMainNumbersAndSkipsFai
         (Lines{"Add DPT value map entry failed. DPT=1.x", "Add DPT value map entry failed. DPT=9.028",
                "Add DPT value map entry failed. DPT=20.102", "Add DPT value map entry failed. DPT=236.x"}));
     EXPECT_EQ(CountEntries(refusing), 49u);
+}
+
+// Init copies a table built once; it must be the table the rows build, with
+// converters of its own in every converter object.
+TEST(DptTable, InitEqualsTheRowByRowBuildAndOwnsItsConverters)
+{
+    struct RowByRow : KVC
+    {
+        bool Fill()
+        {
+            return FillDptValueMap(
+                [](KVC& self, unsigned short main, unsigned short sub, unsigned char bits, OruValueType ivt,
+                   OruDP::OruValueSubType ist, const Lum::KnxConverter& c)
+                { return self.AddDptValueMapEntry(main, sub, bits, ivt, ist, c); });
+        }
+    };
+    RowByRow rows;
+    ASSERT_TRUE(rows.Fill());
+    KVC first;
+    KVC second;
+    ASSERT_TRUE(first.Init());
+    ASSERT_TRUE(second.Init());
+    const auto flatten = [](const KVC& converter)
+    {
+        std::vector<std::tuple<int, int, std::string, int, int, const Lum::KnxConverter*>> out;
+        for (const auto& main : converter.GetDptValueMap().Entries())
+            for (const auto& sub : main.second)
+                out.emplace_back(main.first, sub.first, Show(sub.second.dpt), sub.second.ivt, sub.second.ist,
+                                 sub.second.converter.get());
+        return out;
+    };
+    const auto expected = flatten(rows);
+    const auto a = flatten(first);
+    const auto b = flatten(second);
+    ASSERT_EQ(a.size(), 53u);
+    ASSERT_EQ(a.size(), expected.size());
+    ASSERT_EQ(b.size(), expected.size());
+    std::set<const Lum::KnxConverter*> seen;
+    for (std::size_t i = 0; i < a.size(); ++i)
+    {
+        EXPECT_EQ(std::get<0>(a[i]), std::get<0>(expected[i]));
+        EXPECT_EQ(std::get<1>(a[i]), std::get<1>(expected[i]));
+        EXPECT_EQ(std::get<2>(a[i]), std::get<2>(expected[i]));
+        EXPECT_EQ(std::get<3>(a[i]), std::get<3>(expected[i]));
+        EXPECT_EQ(std::get<4>(a[i]), std::get<4>(expected[i]));
+        const Lum::KnxConverter& mine = *std::get<5>(a[i]);
+        const Lum::KnxConverter& rowBuilt = *std::get<5>(expected[i]);
+        EXPECT_EQ(typeid(mine), typeid(rowBuilt)) << std::get<2>(a[i]);
+        for (const Lum::KnxConverter* c : {std::get<5>(a[i]), std::get<5>(b[i]), std::get<5>(expected[i])})
+            EXPECT_TRUE(seen.insert(c).second) << "shared converter at " << std::get<2>(a[i]);
+    }
+    // The exact-lookup index is rebuilt with the copy: every entry is found as itself.
+    for (const auto& main : first.GetDptValueMap().Entries())
+        for (const auto& sub : main.second)
+            EXPECT_EQ(&first.GetEntry(Dpt(main.first, sub.first)), &sub.second);
 }
 
 TEST(KnxValueConverterRules, DefaultDpts)

@@ -104,6 +104,9 @@ private:
         const DptValueEntry* entry = nullptr;
     };
     static constexpr std::size_t kExactSlots = 128;
+    // Replaces every entry by a copy of other's: the trees are copied as they
+    // stand (no lookups, no rebalancing), the converters cloned into the arena.
+    void CopyEntriesFrom(const DptValueMap& other);
     void RememberExact(const KNXDPT& dpt, const DptValueEntry& entry);
     const DptValueEntry* FindExact(const KNXDPT& dpt) const;
     std::array<ExactSlot, kExactSlots> m_exact{};

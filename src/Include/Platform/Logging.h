@@ -101,15 +101,27 @@ private:
 /// One line at the given level; the message is formatted only when the level
 /// is enabled. The message is a stream expression: LUM_LOG_ERROR("a=" << a);
 /// variadic, so that braces with commas may stand in it.
-#define LUM_LOG(level, ...)                                                                                  \
+#define LUM_LOG(level, ...) LUM_LOG_AT(level, __func__, __FILE__, __LINE__, __VA_ARGS__)
+
+/// @brief LUM_LOG in the name of @p function at @p file and @p line.
+///
+/// For helpers that write a line as the public function they work for. The
+/// formatting sits in a cold function of its own, so that a disabled level
+/// costs the caller one test and no stack frame for the stream.
+#define LUM_LOG_AT(level, function, file, line, ...)                                                         \
     do                                                                                                       \
     {                                                                                                        \
         const log4cplus::Logger& lumLogger_ = ::Lum::GetGlobalDefaultLogger();                               \
         if (lumLogger_.isEnabledFor(level))                                                                  \
         {                                                                                                    \
-            ::Lum::LogEntryFormatter lumEntry_(__func__, __FILE__, __LINE__);                                \
-            lumEntry_.Stream() << __VA_ARGS__;                                                               \
-            lumEntry_.Emit(lumLogger_, level);                                                               \
+            const char* const lumFunction_ = (function);                                                     \
+            [&]() __attribute__((noinline, cold))                                                            \
+            {                                                                                                \
+                ::Lum::LogEntryFormatter lumEntry_(lumFunction_, file, line);                                \
+                lumEntry_.Stream() << __VA_ARGS__;                                                           \
+                lumEntry_.Emit(lumLogger_, level);                                                           \
+            }                                                                                                \
+            ();                                                                                              \
         }                                                                                                    \
     } while (false)
 
