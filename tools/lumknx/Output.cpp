@@ -1,7 +1,10 @@
 #include "Output.h"
 
+#include "ValueText.h"
+
 #include <algorithm>
 #include <cstdio>
+#include <iostream>
 
 namespace LumKnx
 {
@@ -17,6 +20,13 @@ void Pad(std::string& text, std::size_t length, std::size_t width)
     text.push_back(' ');
 }
 } // namespace
+
+void PrintDecoded(const ValueText& value)
+{
+    std::cout << value.exact << '\t' << value.human << " (" << value.type << ")\n";
+    if (!value.warning.empty())
+        std::cerr << "lumknx: warning: " << value.warning << '\n';
+}
 
 Output::~Output()
 {

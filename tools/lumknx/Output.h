@@ -9,6 +9,13 @@
 namespace LumKnx
 {
 
+struct ValueText;
+
+// A decoded value as 'decode' and 'read' print it: on standard output the
+// exact value (as 'encode' takes it), what it means and its type; a warning,
+// if any, on standard error.
+void PrintDecoded(const ValueText& value);
+
 class Output final
 {
 public:
