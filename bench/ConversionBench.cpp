@@ -141,38 +141,48 @@ void BareCpuTimer(benchmark::State& state)
 }
 BENCHMARK(BareCpuTimer);
 
-void FacadeToKnx(benchmark::State& state, const Case& c)
+// Runs `step` once per iteration, counting allocations; the first step that
+// returns false ends the benchmark with `failure`, so no figure is reported
+// for work that did not happen.
+template <typename Step> void RunChecked(benchmark::State& state, const char* failure, Step step)
 {
-    const Lum::KnxValueConverter& converter = Facade();
-    KnxStack::GroupValue gv;
     const LumBench::CountAllocations<benchmark::State> counted(state);
     for (auto _ : state)
     {
-        KNXDPT dpt = c.dpt;
-        if (!converter.ToKnxValue(dpt, c.value, gv))
+        if (!step())
         {
-            state.SkipWithError("conversion failed");
+            state.SkipWithError(failure);
             break;
         }
-        benchmark::DoNotOptimize(gv);
     }
+}
+
+// One conversion through the shared facade, in either direction.
+template <typename In, typename Out>
+void FacadeConvert(benchmark::State& state,
+                   bool (Lum::KnxValueConverter::*convert)(KNXDPT&, const In&, Out&) const,
+                   const KNXDPT& caseDpt, const In& in)
+{
+    const Lum::KnxValueConverter& converter = Facade();
+    Out out;
+    RunChecked(state, "conversion failed",
+               [&]
+               {
+                   KNXDPT dpt = caseDpt;
+                   const bool ok = (converter.*convert)(dpt, in, out);
+                   benchmark::DoNotOptimize(out);
+                   return ok;
+               });
+}
+
+void FacadeToKnx(benchmark::State& state, const Case& c)
+{
+    FacadeConvert(state, &Lum::KnxValueConverter::ToKnxValue, c.dpt, c.value);
 }
 
 void FacadeFromKnx(benchmark::State& state, const Case& c)
 {
-    const Lum::KnxValueConverter& converter = Facade();
-    ORUVALUE value;
-    const LumBench::CountAllocations<benchmark::State> counted(state);
-    for (auto _ : state)
-    {
-        KNXDPT dpt = c.dpt;
-        if (!converter.FromKnxValue(dpt, c.group, value))
-        {
-            state.SkipWithError("conversion failed");
-            break;
-        }
-        benchmark::DoNotOptimize(value);
-    }
+    FacadeConvert(state, &Lum::KnxValueConverter::FromKnxValue, c.dpt, c.group);
 }
 
 void DirectSetAsFloat16(benchmark::State& state)
@@ -201,50 +211,39 @@ BENCHMARK(DirectGetAsFloat16);
 void GroupValueToOruValue9001(benchmark::State& state)
 {
     const KnxStack::GroupValue gv = Group({0x0C, 0x33}, 16);
-    const LumBench::CountAllocations<benchmark::State> counted(state);
-    for (auto _ : state)
-    {
-        boost::optional<ORUVALUE> value = Lum::GroupValueToOruValue(gv, kPacked9001);
-        if (!value)
-        {
-            state.SkipWithError("conversion failed");
-            break;
-        }
-        benchmark::DoNotOptimize(value);
-    }
+    RunChecked(state, "conversion failed",
+               [&]
+               {
+                   boost::optional<ORUVALUE> value = Lum::GroupValueToOruValue(gv, kPacked9001);
+                   benchmark::DoNotOptimize(value);
+                   return value.has_value();
+               });
 }
 BENCHMARK(GroupValueToOruValue9001)->Name("GroupValueToOruValue/9.001");
 
 void OruValueToGroupValue9001(benchmark::State& state)
 {
     const ORUVALUE value = ORUVALUE::FromFloat(21.5);
-    const LumBench::CountAllocations<benchmark::State> counted(state);
-    for (auto _ : state)
-    {
-        boost::optional<KnxStack::GroupValue> gv = Lum::OruValueToGroupValue(value, kPacked9001);
-        if (!gv)
-        {
-            state.SkipWithError("conversion failed");
-            break;
-        }
-        benchmark::DoNotOptimize(gv);
-    }
+    RunChecked(state, "conversion failed",
+               [&]
+               {
+                   boost::optional<KnxStack::GroupValue> gv = Lum::OruValueToGroupValue(value, kPacked9001);
+                   benchmark::DoNotOptimize(gv);
+                   return gv.has_value();
+               });
 }
 BENCHMARK(OruValueToGroupValue9001)->Name("OruValueToGroupValue/9.001");
 
 void KnxValueConverterInit(benchmark::State& state)
 {
-    const LumBench::CountAllocations<benchmark::State> counted(state);
-    for (auto _ : state)
-    {
-        Lum::KnxValueConverter converter;
-        if (!converter.Init())
-        {
-            state.SkipWithError("Init() failed");
-            break;
-        }
-        benchmark::DoNotOptimize(converter.GetDptValueMap().Entries().size());
-    }
+    RunChecked(state, "Init() failed",
+               []
+               {
+                   Lum::KnxValueConverter converter;
+                   const bool ok = converter.Init();
+                   benchmark::DoNotOptimize(converter.GetDptValueMap().Entries().size());
+                   return ok;
+               });
 }
 BENCHMARK(KnxValueConverterInit);
 

@@ -99,6 +99,18 @@ struct SimulatedDeviceStack::Impl
 
     boost::thread worker;
 
+    // Accessors of one field for the public getters and setters.
+    template <typename T> T Read(const T& field) const
+    {
+        boost::lock_guard<boost::mutex> lock(mutex);
+        return field;
+    }
+    template <typename T, typename V> void Write(T& field, V&& value)
+    {
+        boost::lock_guard<boost::mutex> lock(mutex);
+        field = std::forward<V>(value);
+    }
+
     // A portable draw in [0, 1): the same seed gives the same faults everywhere.
     bool Chance(double probability)
     {
@@ -264,8 +276,7 @@ void SimulatedDeviceStack::Shutdown()
 
 void SimulatedDeviceStack::SetInternalValueFormat(bool enable)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->internalValueFormat = enable;
+    m_impl->Write(m_impl->internalValueFormat, enable);
 }
 
 bool SimulatedDeviceStack::SetConfiguration(unsigned long id,
@@ -384,8 +395,7 @@ boost::optional<std::string> SimulatedDeviceStack::GetObjectValue(unsigned long 
 
 std::string SimulatedDeviceStack::GetConfiguration() const
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    return m_impl->configuration;
+    return m_impl->Read(m_impl->configuration);
 }
 
 std::map<Tarn::IDeviceStackClient::PropertyType, Tarn::IDeviceStackClient::Property>
@@ -398,82 +408,69 @@ SimulatedDeviceStack::GetProperties(unsigned long id) const
 
 std::map<std::string, std::string> SimulatedDeviceStack::GetDeviceConfigMap() const
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    return m_impl->deviceConfig;
+    return m_impl->Read(m_impl->deviceConfig);
 }
 
 bool SimulatedDeviceStack::IsInternalValueFormat() const
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    return m_impl->internalValueFormat;
+    return m_impl->Read(m_impl->internalValueFormat);
 }
 
 std::string SimulatedDeviceStack::GetFormat() const
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    return m_impl->format;
+    return m_impl->Read(m_impl->format);
 }
 
 std::vector<std::string> SimulatedDeviceStack::GetRegisteredApplications() const
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    return m_impl->applications;
+    return m_impl->Read(m_impl->applications);
 }
 
 void SimulatedDeviceStack::SetRequestResponder(std::function<std::string(const std::string&)> responder)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->responder = std::move(responder);
+    m_impl->Write(m_impl->responder, std::move(responder));
 }
 
 void SimulatedDeviceStack::SetSynchronousResult(bool result)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->synchronousResult = result;
+    m_impl->Write(m_impl->synchronousResult, result);
 }
 
 // --- faults -----------------------------------------------------------------------
 
 void SimulatedDeviceStack::SetFaults(const Faults& faults)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->faults = faults;
+    m_impl->Write(m_impl->faults, faults);
 }
 
 SimulatedDeviceStack::Faults SimulatedDeviceStack::GetFaults() const
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    return m_impl->faults;
+    return m_impl->Read(m_impl->faults);
 }
 
 void SimulatedDeviceStack::SetAnswerDelay(Milliseconds delay)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->faults.answerDelay = delay;
+    m_impl->Write(m_impl->faults.answerDelay, delay);
 }
 
 void SimulatedDeviceStack::DropNext(unsigned count)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->dropNext = count;
+    m_impl->Write(m_impl->dropNext, count);
 }
 
 void SimulatedDeviceStack::FailNext(unsigned count)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->failNext = count;
+    m_impl->Write(m_impl->failNext, count);
 }
 
 void SimulatedDeviceStack::RefuseNext(unsigned count)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->refuseNext = count;
+    m_impl->Write(m_impl->refuseNext, count);
 }
 
 void SimulatedDeviceStack::DuplicateNext(unsigned count)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->duplicateNext = count;
+    m_impl->Write(m_impl->duplicateNext, count);
 }
 
 void SimulatedDeviceStack::Reseed(std::uint64_t seed)
@@ -486,14 +483,12 @@ void SimulatedDeviceStack::Reseed(std::uint64_t seed)
 
 SimulatedDeviceStack::Statistics SimulatedDeviceStack::GetStatistics() const
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    return m_impl->statistics;
+    return m_impl->Read(m_impl->statistics);
 }
 
 std::vector<SimulatedDeviceStack::IssuedRequest> SimulatedDeviceStack::GetIssuedRequests() const
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    return m_impl->issued;
+    return m_impl->Read(m_impl->issued);
 }
 
 void SimulatedDeviceStack::ClearIssuedRequests()
@@ -504,8 +499,7 @@ void SimulatedDeviceStack::ClearIssuedRequests()
 
 void SimulatedDeviceStack::SetRecordIssuedRequests(bool record)
 {
-    boost::lock_guard<boost::mutex> lock(m_impl->mutex);
-    m_impl->recordIssued = record;
+    m_impl->Write(m_impl->recordIssued, record);
 }
 
 std::size_t SimulatedDeviceStack::PendingAnswers() const

@@ -8,9 +8,6 @@ namespace LumBus
 
 namespace
 {
-// b0's high 6 bits are the transport control field; group data leaves them 0.
-constexpr std::uint8_t kTpciMask = 0xFC;
-
 std::uint16_t ServiceApci(GroupService service)
 {
     switch (service)

@@ -11,6 +11,8 @@
 namespace LumBus
 {
 
+// b0's high 6 bits are the transport control field; group data leaves them 0.
+constexpr std::uint8_t kTpciMask = 0xFC;
 // APCI values of the three group services, after masking with kApciMask.
 constexpr std::uint16_t kApciRead = 0x000;
 constexpr std::uint16_t kApciResponse = 0x040;

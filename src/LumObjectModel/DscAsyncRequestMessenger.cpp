@@ -62,6 +62,20 @@ std::ostream& operator<<(std::ostream& os, const PelError& e)
     return os << "PEL error for request " << e.requestId << ": " << e.error.GetCode() << "; "
               << e.error.GetText1() << "; " << e.error.GetText2();
 }
+
+// The line of a failed value request: the head, then the object and the value.
+struct ValueError
+{
+    PelError head;
+    unsigned long id;
+    const std::string& urn;
+    const std::string& value;
+};
+
+std::ostream& operator<<(std::ostream& os, const ValueError& e)
+{
+    return os << e.head << "; id: " << e.id << "; urn: " << e.urn << "; value: " << e.value;
+}
 } // namespace
 
 DscAsyncRequestMessenger::DscAsyncRequestMessenger(RequestMessengerDeviceStack& deviceStack,
@@ -127,8 +141,7 @@ void DscAsyncRequestMessenger::OnGetValue(void* /*context*/, const std::string& 
                                           const Tarn::IDeviceStackClient::IError& error)
 {
     if (error.GetCode() != 0)
-        LUM_LOG_ERROR(PelError{requestId, error} << "; id: " << id << "; urn: " << urn
-                                                 << "; value: " << value);
+        LUM_LOG_ERROR(ValueError{{requestId, error}, id, urn, value});
     UpdateDocketList(requestId, value, error);
 }
 
@@ -137,8 +150,7 @@ void DscAsyncRequestMessenger::OnSetValue(void* /*context*/, const std::string& 
                                           const Tarn::IDeviceStackClient::IError& error)
 {
     if (error.GetCode() != 0)
-        LUM_LOG_ERROR(PelError{requestId, error} << "; id: " << id << "; urn: " << urn
-                                                 << "; value: " << value);
+        LUM_LOG_ERROR(ValueError{{requestId, error}, id, urn, value});
     UpdateDocketList(requestId, value, error);
 }
 

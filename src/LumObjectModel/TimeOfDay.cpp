@@ -1,32 +1,30 @@
 #include <Lum/TimeOfDay.h>
 #include <Lum/Unreachable.h>
 
+#include <cstddef>
+#include <iterator>
+
 namespace LumApp
 {
 
 namespace
 {
+// Indexed by DayOfWeek: no day, then Monday .. Sunday.
+constexpr OruWeekDays::WEEK_DAY_TYPES kDayMasks[] = {
+    OruWeekDays::WEEK_DAY_NONE,      OruWeekDays::WEEK_DAY_MONDAY,   OruWeekDays::WEEK_DAY_TUESDAY,
+    OruWeekDays::WEEK_DAY_WEDNESDAY, OruWeekDays::WEEK_DAY_THURSDAY, OruWeekDays::WEEK_DAY_FRIDAY,
+    OruWeekDays::WEEK_DAY_SATURDAY,  OruWeekDays::WEEK_DAY_SUNDAY,
+};
+
+// None, or several days at once, is no day.
 DayOfWeek DayFromMask(std::uint16_t mask)
 {
-    switch (mask)
+    for (std::size_t day = 1; day < std::size(kDayMasks); ++day)
     {
-    case OruWeekDays::WEEK_DAY_MONDAY:
-        return DayOfWeek::Monday;
-    case OruWeekDays::WEEK_DAY_TUESDAY:
-        return DayOfWeek::Tuesday;
-    case OruWeekDays::WEEK_DAY_WEDNESDAY:
-        return DayOfWeek::Wednesday;
-    case OruWeekDays::WEEK_DAY_THURSDAY:
-        return DayOfWeek::Thursday;
-    case OruWeekDays::WEEK_DAY_FRIDAY:
-        return DayOfWeek::Friday;
-    case OruWeekDays::WEEK_DAY_SATURDAY:
-        return DayOfWeek::Saturday;
-    case OruWeekDays::WEEK_DAY_SUNDAY:
-        return DayOfWeek::Sunday;
-    default:
-        return DayOfWeek::NoDay; // none, or several days at once
+        if (kDayMasks[day] == mask)
+            return static_cast<DayOfWeek>(day);
     }
+    return DayOfWeek::NoDay;
 }
 } // namespace
 
@@ -37,25 +35,9 @@ boost::optional<TimeOfDay> FromOruTime(const ORUTIME& time)
 
 OruWeekDays::WEEK_DAY_TYPES ToOruWeekday(DayOfWeek day)
 {
-    switch (day)
-    {
-    case DayOfWeek::NoDay:
-        return OruWeekDays::WEEK_DAY_NONE;
-    case DayOfWeek::Monday:
-        return OruWeekDays::WEEK_DAY_MONDAY;
-    case DayOfWeek::Tuesday:
-        return OruWeekDays::WEEK_DAY_TUESDAY;
-    case DayOfWeek::Wednesday:
-        return OruWeekDays::WEEK_DAY_WEDNESDAY;
-    case DayOfWeek::Thursday:
-        return OruWeekDays::WEEK_DAY_THURSDAY;
-    case DayOfWeek::Friday:
-        return OruWeekDays::WEEK_DAY_FRIDAY;
-    case DayOfWeek::Saturday:
-        return OruWeekDays::WEEK_DAY_SATURDAY;
-    case DayOfWeek::Sunday:
-        return OruWeekDays::WEEK_DAY_SUNDAY;
-    }
+    const auto index = static_cast<std::size_t>(day);
+    if (index < std::size(kDayMasks))
+        return kDayMasks[index];
     LUM_UNREACHABLE();
 }
 

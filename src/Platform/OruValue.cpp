@@ -65,52 +65,46 @@ void oru_string::Free()
 
 // --- ORUVALUE payload ---------------------------------------------------------
 
-ORUVALUE ORUVALUE::FromBool(bool v)
+namespace
+{
+// The From* factories differ only in the type tag and the payload setter.
+template <typename T> ORUVALUE Tagged(OruValueType type, void (ORUVALUE::*set)(T), T v)
 {
     ORUVALUE value;
-    value.ivt = ivtBool;
-    value.SetBool(v);
+    value.ivt = type;
+    (value.*set)(v);
     return value;
+}
+} // namespace
+
+ORUVALUE ORUVALUE::FromBool(bool v)
+{
+    return Tagged(ivtBool, &ORUVALUE::SetBool, v);
 }
 
 ORUVALUE ORUVALUE::FromByte(std::uint8_t v)
 {
-    ORUVALUE value;
-    value.ivt = ivtByte;
-    value.SetByte(v);
-    return value;
+    return Tagged(ivtByte, &ORUVALUE::SetByte, v);
 }
 
 ORUVALUE ORUVALUE::FromWord(std::uint16_t v)
 {
-    ORUVALUE value;
-    value.ivt = ivtWord;
-    value.SetWord(v);
-    return value;
+    return Tagged(ivtWord, &ORUVALUE::SetWord, v);
 }
 
 ORUVALUE ORUVALUE::FromDWord(std::uint32_t v)
 {
-    ORUVALUE value;
-    value.ivt = ivtDWord;
-    value.SetDWord(v);
-    return value;
+    return Tagged(ivtDWord, &ORUVALUE::SetDWord, v);
 }
 
 ORUVALUE ORUVALUE::FromInteger(std::int32_t v)
 {
-    ORUVALUE value;
-    value.ivt = ivtInteger;
-    value.SetInteger(v);
-    return value;
+    return Tagged(ivtInteger, &ORUVALUE::SetInteger, v);
 }
 
 ORUVALUE ORUVALUE::FromFloat(double v)
 {
-    ORUVALUE value;
-    value.ivt = ivtFloat;
-    value.SetFloat(v);
-    return value;
+    return Tagged(ivtFloat, &ORUVALUE::SetFloat, v);
 }
 
 ORUVALUE ORUVALUE::FromString(const std::string& utf8)

@@ -114,6 +114,17 @@ std::int64_t ReadSignedBigEndian(const unsigned char* buffer, unsigned int lengt
     return static_cast<std::int64_t>(v);
 }
 
+// An unsigned number of up to maxLength bytes, stored through the payload setter.
+template <typename T>
+bool ReadUnsigned(const unsigned char* buffer, unsigned int length, ORUVALUE& value, void (ORUVALUE::*set)(T),
+                  unsigned int maxLength = sizeof(T))
+{
+    if (length > maxLength)
+        return false;
+    (value.*set)(static_cast<T>(ReadBigEndian(buffer, length)));
+    return true;
+}
+
 template <typename T> T FromBits(std::uint64_t bits)
 {
     const auto narrow = static_cast<BitsType<T>>(bits);
@@ -224,25 +235,13 @@ bool ByteArrayToOruValue(const unsigned char* buffer, unsigned int length, ORUVA
         return true;
     }
     case Kind::Byte:
-        if (length > 1)
-            return false;
-        value.SetByte(buffer[0]);
-        return true;
+        return ReadUnsigned(buffer, length, value, &ORUVALUE::SetByte);
     case Kind::Word:
-        if (length > 2)
-            return false;
-        value.SetWord(static_cast<std::uint16_t>(ReadBigEndian(buffer, length)));
-        return true;
+        return ReadUnsigned(buffer, length, value, &ORUVALUE::SetWord);
     case Kind::DWord:
-        if (length > 4)
-            return false;
-        value.SetDWord(static_cast<std::uint32_t>(ReadBigEndian(buffer, length)));
-        return true;
+        return ReadUnsigned(buffer, length, value, &ORUVALUE::SetDWord);
     case Kind::Data40:
-        if (length > 5)
-            return false;
-        value.SetData40(ReadBigEndian(buffer, length));
-        return true;
+        return ReadUnsigned(buffer, length, value, &ORUVALUE::SetData40, 5);
     case Kind::String:
     {
         const void* zero = std::memchr(buffer, 0, length);

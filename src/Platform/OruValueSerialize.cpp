@@ -102,6 +102,27 @@ private:
     const char* m_end;
 };
 
+// A number in the payload setter's range, stored through it; the value is
+// kept only when the whole payload reads.
+template <typename T>
+bool ReadUnsigned(Reader& r, ORUVALUE& value, void (ORUVALUE::*set)(T),
+                  std::uint64_t max = std::numeric_limits<T>::max(), int base = 10)
+{
+    T v = 0;
+    const bool ok = r.Unsigned(v, max, base);
+    (value.*set)(v);
+    return ok;
+}
+
+// A signed number in T's range, stored as a 32-bit integer.
+template <typename T> bool ReadSigned(Reader& r, ORUVALUE& value)
+{
+    std::int64_t v = 0;
+    const bool ok = r.Signed(v, std::numeric_limits<T>::min(), std::numeric_limits<T>::max());
+    value.SetInteger(static_cast<std::int32_t>(v));
+    return ok;
+}
+
 bool ReadTime(Reader& r, ORUTIME& t)
 {
     return r.Unsigned(t.year) && r.Literal("-") && r.Unsigned(t.month) && r.Literal("-") &&
@@ -226,47 +247,23 @@ void ORUVALUE::Deserialize(const oru_string& in)
         break;
     }
     case Kind::Signed32:
-    {
-        std::int64_t v = 0;
-        ok = r.Signed(v, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max());
-        value.SetInteger(static_cast<std::int32_t>(v));
+        ok = ReadSigned<std::int32_t>(r, value);
         break;
-    }
     case Kind::Signed16:
-    {
-        std::int64_t v = 0;
-        ok = r.Signed(v, std::numeric_limits<std::int16_t>::min(), std::numeric_limits<std::int16_t>::max());
-        value.SetInteger(static_cast<std::int32_t>(v));
+        ok = ReadSigned<std::int16_t>(r, value);
         break;
-    }
     case Kind::Byte:
-    {
-        std::uint8_t v = 0;
-        ok = r.Unsigned(v);
-        value.SetByte(v);
+        ok = ReadUnsigned(r, value, &ORUVALUE::SetByte);
         break;
-    }
     case Kind::Word:
-    {
-        std::uint16_t v = 0;
-        ok = r.Unsigned(v);
-        value.SetWord(v);
+        ok = ReadUnsigned(r, value, &ORUVALUE::SetWord);
         break;
-    }
     case Kind::DWord:
-    {
-        std::uint32_t v = 0;
-        ok = r.Unsigned(v);
-        value.SetDWord(v);
+        ok = ReadUnsigned(r, value, &ORUVALUE::SetDWord);
         break;
-    }
     case Kind::Data40:
-    {
-        std::uint64_t v = 0;
-        ok = r.Unsigned(v, LumPlatformDetail::kData40Mask, 16);
-        value.SetData40(v);
+        ok = ReadUnsigned(r, value, &ORUVALUE::SetData40, LumPlatformDetail::kData40Mask, 16);
         break;
-    }
     case Kind::String:
         // Any bytes, colons and zeros included.
         value.m_string.assign(colon + 1, static_cast<std::size_t>(end - (colon + 1)));

@@ -1,5 +1,6 @@
 // gamap and trace --map through the tool: what they print and how they exit.
 #include "PlanSupport.h"
+#include "ToolProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -13,49 +14,12 @@
 namespace
 {
 
-struct Result
-{
-    int status;
-    std::string out;
-    std::string err;
-};
+using Result = LumTest::ToolResult;
 
-class PlanTool : public testing::Test
+class PlanTool : public LumTest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        m_dir = boost::filesystem::temp_directory_path() /
-                boost::filesystem::unique_path("lumknx-plan-%%%%-%%%%");
-        boost::filesystem::create_directories(m_dir);
-    }
-    void TearDown() override { boost::filesystem::remove_all(m_dir); }
-
-    std::string File(const std::string& name, const std::string& content)
-    {
-        const auto path = (m_dir / name).string();
-        std::ofstream(path, std::ios::binary) << content;
-        return path;
-    }
-
-    // args are passed to the shell as they stand: quote them there.
-    Result Run(const std::string& args, const std::string& input = "")
-    {
-        const std::string in = File("stdin", input);
-        const std::string err = (m_dir / "stderr").string();
-        const std::string command = std::string(LUMKNX_COMMAND) + " " + args + " <" + in + " 2>" + err;
-        FILE* pipe = popen(command.c_str(), "r");
-        EXPECT_NE(pipe, nullptr);
-        std::string out;
-        char buffer[4096];
-        std::size_t n;
-        while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-            out.append(buffer, n);
-        const int raw = pclose(pipe);
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, out, PlanTest::ReadFile(err)};
-    }
-
-    boost::filesystem::path m_dir;
+    PlanTool() : ToolTest(LUMKNX_COMMAND, "lumknx-plan-%%%%-%%%%") {}
 };
 
 const std::string kSampleCsv = LUMKNX_SAMPLE_DIR "/building-plan.csv";

@@ -1,4 +1,6 @@
 // Runs the lumknx tool as a process: exit codes and the lines it prints.
+#include "ToolProcess.h"
+
 #include <gtest/gtest.h>
 
 #include <boost/algorithm/string.hpp>
@@ -14,57 +16,12 @@
 namespace
 {
 
-struct Result
-{
-    int status;
-    std::string out;
-    std::string err;
-    std::vector<std::string> outLines() const
-    {
-        std::vector<std::string> lines;
-        boost::algorithm::split(lines, boost::algorithm::trim_right_copy(out), boost::is_any_of("\n"));
-        return lines;
-    }
-};
+using Result = LumTest::ToolResult;
 
-class Lumknx : public testing::Test
+class Lumknx : public LumTest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        m_dir = boost::filesystem::temp_directory_path() / boost::filesystem::unique_path("lumknx-%%%%-%%%%");
-        boost::filesystem::create_directories(m_dir);
-    }
-    void TearDown() override { boost::filesystem::remove_all(m_dir); }
-
-    std::string File(const std::string& name, const std::string& content)
-    {
-        const auto path = (m_dir / name).string();
-        std::ofstream(path, std::ios::binary) << content;
-        return path;
-    }
-
-    // args are passed to the shell as they stand: quote them there.
-    Result Run(const std::string& args, const std::string& input = "")
-    {
-        const std::string in = File("stdin", input);
-        const std::string err = (m_dir / "stderr").string();
-        const std::string command = std::string(LUMKNX_COMMAND) + " " + args + " <" + in + " 2>" + err;
-        FILE* pipe = popen(command.c_str(), "r");
-        EXPECT_NE(pipe, nullptr);
-        std::string out;
-        char buffer[4096];
-        std::size_t n;
-        while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-            out.append(buffer, n);
-        const int raw = pclose(pipe);
-        std::ifstream errFile(err);
-        std::stringstream errText;
-        errText << errFile.rdbuf();
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, out, errText.str()};
-    }
-
-    boost::filesystem::path m_dir;
+    Lumknx() : ToolTest(LUMKNX_COMMAND, "lumknx-%%%%-%%%%") {}
 };
 
 TEST_F(Lumknx, ConvertsSingleValues)

@@ -1,4 +1,5 @@
 #include "BusCommon.h"
+#include "Output.h"
 #include "ValueText.h"
 
 #include <Lum/KnxValueConverter.h>
@@ -82,10 +83,7 @@ int RunRead(const std::vector<std::string>& args)
                   << " does not fit " << FormatDpt(*dpt) << ": " << value.reason << '\n';
         return 1;
     }
-    // As 'decode' prints it: the exact value, then what it means.
-    std::cout << value.exact << '\t' << value.human << " (" << value.type << ")\n";
-    if (!value.warning.empty())
-        std::cerr << "lumknx: warning: " << value.warning << '\n';
+    PrintDecoded(value);
     return 0;
 }
 

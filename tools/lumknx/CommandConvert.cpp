@@ -1,4 +1,5 @@
 #include "Cli.h"
+#include "Output.h"
 #include "ValueText.h"
 
 #include <Lum/KnxValueConverter.h>
@@ -39,10 +40,7 @@ int RunDecode(const std::vector<std::string>& args)
         std::cerr << "lumknx: " << value.reason << '\n';
         return 1;
     }
-    // The exact value first, as 'encode' takes it; then what it means.
-    std::cout << value.exact << '\t' << value.human << " (" << value.type << ")\n";
-    if (!value.warning.empty())
-        std::cerr << "lumknx: warning: " << value.warning << '\n';
+    PrintDecoded(value);
     return 0;
 }
 

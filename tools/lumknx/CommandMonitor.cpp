@@ -1,9 +1,9 @@
 #include "BusCommon.h"
+#include "Output.h"
 #include "ValueText.h"
 
 #include <Lum/KnxValueConverter.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <iostream>
@@ -41,55 +41,15 @@ struct Shown
     std::string problem;              // why the telegram is shown raw although it has a DPT
 };
 
-// Telegrams go out in blocks while more are waiting and at once when the bus is quiet.
-class Output
-{
-public:
-    ~Output() { Flush(); }
-    std::string& Text() { return m_text; }
-    void EndLine()
-    {
-        while (!m_text.empty() && m_text.back() == ' ')
-            m_text.pop_back();
-        m_text.push_back('\n');
-        if (m_text.size() > 64 * 1024)
-            Flush();
-    }
-    // Pads to `width` characters, not bytes: units like "°C" are UTF-8.
-    void Field(std::string_view text, std::size_t width)
-    {
-        m_text.append(text);
-        const auto characters = static_cast<std::size_t>(std::count_if(
-            text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-        if (characters < width)
-            m_text.append(width - characters, ' ');
-        m_text.push_back(' ');
-    }
-    // False when standard output is gone (a closed pipe).
-    bool Flush()
-    {
-        if (m_text.empty())
-            return !m_broken;
-        if (std::fwrite(m_text.data(), 1, m_text.size(), stdout) != m_text.size() || std::fflush(stdout) != 0)
-            m_broken = true;
-        m_text.clear();
-        return !m_broken;
-    }
-
-private:
-    std::string m_text;
-    bool m_broken = false;
-};
-
 void WriteText(Output& out, const Shown& s)
 {
-    out.Field(s.time, 23);
-    out.Field(s.source, 9);
-    out.Field(s.destination, 9);
-    out.Field(s.service, 8);
-    out.Field(s.dpt.empty() ? "-" : s.dpt, 8);
-    out.Field(s.value != nullptr && s.value->decoded ? s.value->human : "-", 22);
-    out.Field(s.bytes, 0);
+    out.CharacterField(s.time, 23);
+    out.CharacterField(s.source, 9);
+    out.CharacterField(s.destination, 9);
+    out.CharacterField(s.service, 8);
+    out.CharacterField(s.dpt.empty() ? "-" : s.dpt, 8);
+    out.CharacterField(s.value != nullptr && s.value->decoded ? s.value->human : "-", 22);
+    out.CharacterField(s.bytes, 0);
     if (!s.problem.empty())
         out.Text() += "FAILED: " + s.problem + " ";
     else if (s.value != nullptr && !s.value->warning.empty())

@@ -1,13 +1,13 @@
 #include "Cli.h"
 #include "GroupAddressPlan.h"
 #include "LineReader.h"
+#include "Output.h"
 #include "TraceLine.h"
 #include "ValueText.h"
 
 #include <Lum/KnxValueConverter.h>
 #include <LumBus/KnxAddress.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -60,38 +60,6 @@ struct Totals
     unsigned long withoutDpt = 0; // printed raw: neither the line nor the plan names a DPT
 };
 
-// Rows go out in large blocks: formatting, not the terminal, sets the pace.
-class Output
-{
-public:
-    ~Output() { Flush(); }
-    void Field(std::string_view text, std::size_t width)
-    {
-        m_text.append(text);
-        if (text.size() < width)
-            m_text.append(width - text.size(), ' ');
-        m_text.push_back(' ');
-    }
-    void Append(std::string_view text) { m_text.append(text); }
-    void EndLine()
-    {
-        while (!m_text.empty() && m_text.back() == ' ')
-            m_text.pop_back();
-        m_text.push_back('\n');
-        if (m_text.size() > 64 * 1024)
-            Flush();
-    }
-    void Flush()
-    {
-        std::fwrite(m_text.data(), 1, m_text.size(), stdout);
-        std::fflush(stdout);
-        m_text.clear();
-    }
-
-private:
-    std::string m_text;
-};
-
 // What the plan says about one telegram's destination.
 struct Planned
 {
@@ -107,11 +75,7 @@ void Row(Output& out, const TraceLine& t, const Planned& planned, std::string_vi
     out.Field(t.destination, 9);
     if (planned.name != nullptr)
     {
-        // Padded by characters, not bytes, so that names with umlauts line up.
-        const std::string name = EscapeControls(*planned.name);
-        const auto continuation = std::count_if(
-            name.begin(), name.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; });
-        out.Field(name, 28 + static_cast<std::size_t>(continuation));
+        out.CharacterField(EscapeControls(*planned.name), 28);
     }
     // The line's own DPT text, even one that did not parse, comes first.
     std::string_view dpt = t.dptText;

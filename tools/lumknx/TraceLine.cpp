@@ -3,6 +3,7 @@
 #include "Cli.h"
 #include "PlanReaders.h"
 
+#include <LumBus/Apdu.h>
 #include <LumBus/KnxAddress.h>
 
 #include <algorithm>
@@ -24,13 +25,6 @@ constexpr unsigned char kStandardLength = 0x0F;
 constexpr std::size_t kStandardHeader = 6; // bytes before the TPDU
 constexpr std::size_t kExtendedHeader = 7;
 constexpr std::size_t kAcknowledgement = 1; // a frame of its own, one byte long
-// TPDU b0 b1 [data]: unnumbered data (group or broadcast) has b0's top six bits clear.
-constexpr unsigned char kTpciMask = 0xFC;
-constexpr unsigned kApciMask = 0x3C0; // of (b0 & 3) << 8 | b1
-constexpr unsigned kApciRead = 0x000;
-constexpr unsigned kApciResponse = 0x040;
-constexpr unsigned kApciWrite = 0x080;
-constexpr unsigned char kSmallValue = 0x3F; // a value of up to 6 bits in b1
 
 constexpr std::string_view kBom = "\xEF\xBB\xBF";
 constexpr std::string_view kBusmon = "L_Busmon:";
@@ -344,9 +338,10 @@ void TraceParser::ParseBusMonitor(std::string_view time, std::string_view rest, 
     const bool group = ((standard ? frame[5] : frame[1]) & kGroupDestination) != 0;
     const std::size_t addresses = standard ? 1 : 2;
     const unsigned char* apdu = frame.data() + header;
-    const unsigned apci = ((apdu[0] & 3u) << 8 | apdu[1]) & kApciMask;
-    const bool value = length >= 1 && (apdu[0] & kTpciMask) == 0 &&
-                       (apci == kApciRead || apci == kApciResponse || apci == kApciWrite);
+    const unsigned apci = ((apdu[0] & 3u) << 8 | apdu[1]) & LumBus::kApciMask;
+    const bool value =
+        length >= 1 && (apdu[0] & LumBus::kTpciMask) == 0 &&
+        (apci == LumBus::kApciRead || apci == LumBus::kApciResponse || apci == LumBus::kApciWrite);
     if (!group || !value)
         return Reset(out, TraceLine::Kind::Ignored); // not a group value: acknowledgements, device management
     m_source = LumBus::FormatIndividualAddress(
@@ -355,7 +350,7 @@ void TraceParser::ParseBusMonitor(std::string_view time, std::string_view rest, 
         static_cast<std::uint16_t>(frame[addresses + 2] << 8 | frame[addresses + 3]));
     std::vector<unsigned char> data;
     if (length == 1)
-        data.push_back(apdu[1] & kSmallValue);
+        data.push_back(apdu[1] & LumBus::kShortValueMask);
     else
         data.assign(apdu + 2, apdu + length + 1);
 
@@ -364,14 +359,14 @@ void TraceParser::ParseBusMonitor(std::string_view time, std::string_view rest, 
     out.source = m_source;
     out.destination = m_destination;
     out.dataText = hex;
-    if (apci == kApciRead)
+    if (apci == LumBus::kApciRead)
     {
         out.service = TraceLine::Service::Read;
         if (length > 1)
             out.problem = "a read carries no value";
         return;
     }
-    out.service = apci == kApciWrite ? TraceLine::Service::Write : TraceLine::Service::Response;
+    out.service = apci == LumBus::kApciWrite ? TraceLine::Service::Write : TraceLine::Service::Response;
     out.data = std::move(data);
 }
 
