@@ -11,21 +11,25 @@
 
 #include <boost/algorithm/string.hpp>
 
+#include <atomic>
 #include <cctype>
+#include <charconv>
 #include <iostream>
 #include <memory>
 #include <mutex>
+#include <string_view>
 
 namespace LumKnx
 {
 
 namespace
 {
-bool ParseNumber(const std::string& text, unsigned long max, unsigned long& out)
+bool ParseNumber(std::string_view text, unsigned long max, unsigned long& out)
 {
     if (text.empty() || text.size() > 6 || !std::all_of(text.begin(), text.end(), ::isdigit))
         return false;
-    out = std::stoul(text);
+    // Digits only, at most six: from_chars reads them all and cannot overflow.
+    std::from_chars(text.data(), text.data() + text.size(), out);
     return out <= max;
 }
 
@@ -35,15 +39,22 @@ public:
     ~RecordingAppender() override { destructorImpl(); }
     void close() override {}
 
+    // Asked once or twice per decoded telegram, and almost always with
+    // nothing recorded: the flag spares those calls the lock.
     std::string First() const
     {
+        if (!m_any.load(std::memory_order_acquire))
+            return std::string();
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_first;
     }
     void Clear()
     {
+        if (!m_any.load(std::memory_order_acquire))
+            return;
         std::lock_guard<std::mutex> lock(m_mutex);
         m_first.clear();
+        m_any.store(false, std::memory_order_release);
     }
 
 protected:
@@ -55,11 +66,13 @@ protected:
         const std::string& line = event.getMessage();
         const auto pos = line.find(" - ");
         m_first = pos == std::string::npos ? line : line.substr(pos + 3);
+        m_any.store(true, std::memory_order_release);
     }
 
 private:
     mutable std::mutex m_mutex;
     std::string m_first;
+    std::atomic<bool> m_any{false};
 };
 } // namespace
 
@@ -89,8 +102,9 @@ boost::optional<KNXDPT> ParseDpt(const std::string& text)
         return boost::none;
     unsigned long main = 0;
     unsigned long sub = 0;
-    const std::string subText = text.substr(dot + 1);
-    if (!ParseNumber(text.substr(0, dot), 0xFFFF, main) || main == 0)
+    const std::string_view whole(text);
+    const std::string_view subText = whole.substr(dot + 1);
+    if (!ParseNumber(whole.substr(0, dot), 0xFFFF, main) || main == 0)
         return boost::none;
     if (subText != "x" && !ParseNumber(subText, 0xFFFF, sub))
         return boost::none;
