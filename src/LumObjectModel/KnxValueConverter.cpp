@@ -3,6 +3,7 @@
 
 #include "ConverterMemory.h"
 #include "KnxConverterLog.h"
+#include "LogAs.h"
 
 #include <boost/optional.hpp>
 
@@ -272,6 +273,32 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
     return static_cast<const KnxValueConverter&>(*this).FromKnxValue(dpt, gv, val);
 }
 
+namespace
+{
+
+// A DPT that the map does not know is let through unconverted: true when the
+// caller is to accept the value as it is.
+bool AcceptUnknownDpt(const char* function, const DptValueEntry& entry, const KNXDPT& dpt)
+{
+    if (entry.ivt != ivtEmpty)
+        return false;
+    LUM_LOG_ERROR_AS(function, "No Entry found for DPT = " << Detail::DptText{dpt});
+    LUM_LOG_ERROR_AS(function, "Assume validity and accept value!");
+    return true;
+}
+
+// The entry's converter; null, after one line, for an entry whose converter
+// copied to nothing.
+KnxConverter* ConverterOf(const char* function, const DptValueEntry& entry, const KNXDPT& dpt)
+{
+    KnxConverter* converter = entry.converter.get();
+    if (converter == nullptr)
+        LUM_LOG_ERROR_AS(function, "NULL pointer as KnxConverter for DPT = " << Detail::DptText{dpt});
+    return converter;
+}
+
+} // namespace
+
 bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::GroupValue& gv) const
 {
     try
@@ -291,21 +318,14 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::G
         }
 
         const DptValueEntry& entry = GetEntry(dpt);
-        if (entry.ivt == ivtEmpty)
-        {
-            LUM_LOG_ERROR("No Entry found for DPT = " << Detail::DptText{dpt});
-            LUM_LOG_ERROR("Assume validity and accept value!");
+        if (AcceptUnknownDpt(__func__, entry, dpt))
             return true;
-        }
 
         if (val.ivt == ivtUnset || ValueTypesCompatible(val.ivt, entry.ivt))
         {
-            KnxConverter* converter = entry.converter.get();
+            KnxConverter* converter = ConverterOf(__func__, entry, dpt);
             if (converter == nullptr)
-            {
-                LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << Detail::DptText{dpt});
                 return false;
-            }
             if (converter->ToKnxValue(dpt, val, gv))
             {
                 return true;
@@ -355,12 +375,8 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
         }
 
         const DptValueEntry& entry = GetEntry(dpt);
-        if (entry.ivt == ivtEmpty)
-        {
-            LUM_LOG_ERROR("No Entry found for DPT = " << Detail::DptText{dpt});
-            LUM_LOG_ERROR("Assume validity and accept value!");
+        if (AcceptUnknownDpt(__func__, entry, dpt))
             return true;
-        }
 
         val.ivt = entry.ivt;
 
@@ -403,12 +419,9 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
             return false;
         }
 
-        KnxConverter* converter = entry.converter.get();
+        KnxConverter* converter = ConverterOf(__func__, entry, dpt);
         if (converter == nullptr)
-        {
-            LUM_LOG_ERROR("NULL pointer as KnxConverter for DPT = " << Detail::DptText{dpt});
             return false;
-        }
         if (!converter->FromKnxValue(dpt, *source, val))
         {
             LUM_LOG_ERROR("Convert from KNX value failed for DPT = "
