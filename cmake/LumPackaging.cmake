@@ -30,6 +30,11 @@ foreach(component IN ITEMS runtime development lumknx)
   install(FILES "${PROJECT_SOURCE_DIR}/cmake/debian/copyright" "${dir}/changelog.Debian.gz"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${package}" COMPONENT ${component}
     EXCLUDE_FROM_ALL)
+  file(WRITE "${dir}/lintian-overrides"
+    "# Not uploaded to Debian: there is no ITP bug for the first release to close.\n"
+    "${package}: initial-upload-closes-no-bugs\n")
+  install(FILES "${dir}/lintian-overrides" RENAME "${package}"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/lintian/overrides" COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
 
 set(CPACK_GENERATOR DEB)
@@ -60,9 +65,15 @@ endif()
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "${LUM_DEB_RUNTIME}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers")
+# Only the runtime package holds libraries with a SONAME, so only it gets a
+# shlibs file.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# The loader's cache is refreshed through the trigger. CPack writes a postinst
+# and a postrm that call ldconfig unless the package names its own: these
+# names lead nowhere, so the package has neither.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers"
+  "${CMAKE_BINARY_DIR}/debian/none/postinst" "${CMAKE_BINARY_DIR}/debian/none/postrm")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
   "object model of a KNX home-automation controller
 The object-model library of a KNX controller: conversion between group
