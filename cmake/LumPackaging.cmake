@@ -49,18 +49,28 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SOURCE "lum-objectmodel")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://lum.example.org/")
+# dpkg-shlibdeps maps each needed library to the package that owns it. The
+# cross build's libraries are no installed packages: scripts/armhf-sysroot.sh
+# unpacks them whole beside the sysroot, and a dpkg-shlibdeps put first on
+# CPack's PATH hands those folders on as package build trees (-S).
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+if(CMAKE_CROSSCOMPILING)
+  execute_process(COMMAND dpkg-architecture -t "${CMAKE_LIBRARY_ARCHITECTURE}" -q DEB_HOST_ARCH
+    OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+  set(LUM_ARMHF_PACKAGES "${LUM_ARMHF_SYSROOT}-packages")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/debian/dpkg-shlibdeps.in"
+    "${CMAKE_BINARY_DIR}/debian/bin/dpkg-shlibdeps" @ONLY
+    FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  file(WRITE "${CMAKE_BINARY_DIR}/debian/CPackProjectConfig.cmake"
+    "set(ENV{PATH} \"${CMAKE_BINARY_DIR}/debian/bin:\$ENV{PATH}\")\n")
+  set(CPACK_PROJECT_CONFIG_FILE "${CMAKE_BINARY_DIR}/debian/CPackProjectConfig.cmake")
+endif()
 # lumknx links the runtime package's libraries: dpkg-shlibdeps finds them here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_BINARY_DIR}/src")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_STRIP_FILES ON)
 if(CMAKE_STRIP)
   set(CPACK_STRIP "${CMAKE_STRIP}")
-endif()
-if(CMAKE_CROSSCOMPILING)
-  # Debian's name of the target architecture (armhf), not the build machine's.
-  execute_process(COMMAND dpkg-architecture -t "${CMAKE_LIBRARY_ARCHITECTURE}" -q DEB_HOST_ARCH
-    OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
 endif()
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "${LUM_DEB_RUNTIME}")
