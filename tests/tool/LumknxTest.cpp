@@ -447,6 +447,10 @@ TEST_F(Lumknx, OptionsEndWhereValuesBegin)
         {"encode 16.001 -h", 0, dashH},
         {"encode 16.001 -- -h", 0, dashH},
         {"encode 16.001 -- --help", 0, "2D 2D 68 65 6C 70 00 00 00 00 00 00 00 00 (112 bits)\n"},
+        {"encode 16.001 --help", 0, "usage: lumknx encode DPT VALUE*"},
+        // "-h" after an option's value is still the text; only the connection fails.
+        {"write local:/nonexistent/socket 1/1/1 --dpt 16.001 -h", 2, ""},
+        {"write local:/nonexistent/socket 1/1/1 --dpt 16.001 -- -h", 2, ""},
         {"-- encode 16.001 -h", 0, dashH},
         {"encode -h", 0, "usage: lumknx encode DPT VALUE*"},
         {"decode 9.001 -h", 0, "usage: lumknx decode DPT HEX*"},
@@ -473,6 +477,11 @@ TEST_F(Lumknx, OptionsEndWhereValuesBegin)
     EXPECT_EQ(Run("help trace").out, Run("trace --help").out);
     EXPECT_EQ(Run("help").out, Run("--help").out);
     EXPECT_NE(Run("trace -- --map").err.find("--map"), std::string::npos);
+    for (const char* end : {"-h", "-- -h"})
+    {
+        const Result write = Run(std::string("write local:/nonexistent/socket 1/1/1 --dpt 16.001 ") + end);
+        EXPECT_EQ(write.err.rfind("lumknx: no knxd at", 0), 0u) << end << ": " << write.err;
+    }
 }
 
 // Installed, the sample is found in the data folder beside the program's

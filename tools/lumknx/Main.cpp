@@ -179,7 +179,8 @@ CommandLine ParseCommandLine(const std::vector<std::string>& argv)
             line.args.insert(line.args.end(), argv.begin() + static_cast<long>(i) + 1, argv.end());
             break;
         }
-        if (positional == line.command->textArgument)
+        // In the text's place "-h" is text; a long option is still an option.
+        if (positional == line.command->textArgument && arg.rfind("--", 0) != 0)
         {
             line.args.push_back(arg);
             ++positional;
