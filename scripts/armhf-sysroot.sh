@@ -26,11 +26,14 @@ packages=(
   libpugixml-dev libpugixml1v5
   libcsv-dev libcsv3
 )
+# The C and C++ runtimes come with the cross compiler; their armhf packages
+# are only unpacked beside the sysroot, for their symbols files.
+control_only=(libc6 libgcc-s1 libstdc++6)
 # Header-only, architecture-independent.
 all_packages=(librapidxml-dev libutfcpp-dev)
 # The layout's name is part of the stamp, so that a sysroot unpacked before
 # the merge below is made again.
-contents="${packages[*]} ${all_packages[*]} merged-usr"
+contents="${packages[*]} ${all_packages[*]} ${control_only[*]} merged-usr control"
 if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$contents" ]; then
   exit 0
 fi
@@ -44,11 +47,21 @@ $SUDO apt-get update -qq || echo "armhf-sysroot: apt-get update reported errors;
 
 debs="$(mktemp -d)"
 trap 'rm -rf "$debs"' EXIT
-(cd "$debs" && chmod 777 . && apt-get download -qq "${packages[@]/%/:armhf}" "${all_packages[@]}")
+(cd "$debs" && chmod 777 . && apt-get download -qq "${packages[@]/%/:armhf}" "${control_only[@]/%/:armhf}" "${all_packages[@]}")
 rm -rf "$sysroot"
 mkdir -p "$sysroot"
+# Each package also whole with its control files in a folder of its own:
+# dpkg-shlibdeps reads the runtime libraries' symbols files there when the
+# Debian packages of the cross build are made (see cmake/LumPackaging.cmake).
+rm -rf "$sysroot-packages"
+mkdir -p "$sysroot-packages"
 for deb in "$debs"/*.deb; do
-  dpkg -x "$deb" "$sysroot"
+  package="$(dpkg-deb -f "$deb" Package)"
+  dpkg-deb -R "$deb" "$sysroot-packages/$package"
+  case " ${control_only[*]} " in
+    *" $package "*) ;;
+    *) dpkg -x "$deb" "$sysroot" ;;
+  esac
 done
 # Some runtime libraries (zlib, bzip2) ship in /lib; the linker and the
 # emulator look only in usr/lib, as on a merged-/usr system.

@@ -10,15 +10,17 @@ packages=(
   libboost-timer-dev libboost-system-dev libboost-filesystem-dev
   liblog4cplus-dev libnsl-dev librapidxml-dev libutfcpp-dev
   libzip-dev libpugixml-dev libcsv-dev
-  libgtest-dev libgmock-dev libbenchmark-dev time
+  libgtest-dev libgmock-dev libbenchmark-dev time help2man
 )
 # Extra groups, selected by arguments: "armhf" for the cross build, "bus" for
-# the live-bus tests against a real knxd, "docs" for the API reference.
+# the live-bus tests against a real knxd, "docs" for the API reference,
+# "package" for checking the Debian packages.
 for group in "$@"; do
   case "$group" in
     armhf) packages+=(crossbuild-essential-armhf qemu-user) ;;
     bus) packages+=(knxd knxd-tools) ;;
     docs) packages+=(doxygen) ;;
+    package) packages+=(lintian) ;;
     *) echo "install-deps: unknown group '$group'" >&2; exit 2 ;;
   esac
 done

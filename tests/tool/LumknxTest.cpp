@@ -388,4 +388,75 @@ TEST_F(Lumknx, ConfigPrintsControlCharactersEscaped)
     EXPECT_EQ(r.out.find('\x1B'), std::string::npos);
 }
 
+// What is an option of the tool's and what is an argument: "-h" where a value
+// belongs is that value, "--" ends the options, "help COMMAND" is "COMMAND --help".
+TEST_F(Lumknx, OptionsEndWhereValuesBegin)
+{
+    const std::string dashH = "2D 68 00 00 00 00 00 00 00 00 00 00 00 00 (112 bits)\n";
+    struct Case
+    {
+        const char* args;
+        int status;
+        std::string out; // the whole output, or with a trailing '*' its start
+    } const cases[] = {
+        {"--version", 0, "lumknx " LUMKNX_EXPECTED_VERSION "\n"},
+        {"--log-level off --version", 0, "lumknx " LUMKNX_EXPECTED_VERSION "\n"},
+        {"encode 16.001 -h", 0, dashH},
+        {"encode 16.001 -- -h", 0, dashH},
+        {"encode 16.001 -- --help", 0, "2D 2D 68 65 6C 70 00 00 00 00 00 00 00 00 (112 bits)\n"},
+        {"encode 16.001 --help", 0, "usage: lumknx encode DPT VALUE*"},
+        // "-h" after an option's value is still the text; only the connection fails.
+        {"write local:/nonexistent/socket 1/1/1 --dpt 16.001 -h", 2, ""},
+        {"write local:/nonexistent/socket 1/1/1 --dpt 16.001 -- -h", 2, ""},
+        {"-- encode 16.001 -h", 0, dashH},
+        {"encode -h", 0, "usage: lumknx encode DPT VALUE*"},
+        {"decode 9.001 -h", 0, "usage: lumknx decode DPT HEX*"},
+        {"help decode", 0, "usage: lumknx decode DPT HEX*"},
+        {"help", 0, "usage: lumknx [OPTIONS] COMMAND*"},
+        {"-h", 0, "usage: lumknx [OPTIONS] COMMAND*"},
+        {"help frobnicate", 2, ""},
+        {"help decode encode", 2, ""},
+        // The value of --map, not a request for help: a plan that cannot be read.
+        {"trace --map -h", 2, ""},
+        {"trace --help --map x", 0, "usage: lumknx trace*"},
+        // A trace file named like an option.
+        {"trace -- --map", 2, ""},
+    };
+    for (const auto& c : cases)
+    {
+        const Result r = Run(c.args);
+        EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
+        if (!c.out.empty() && c.out.back() == '*')
+            EXPECT_EQ(r.out.rfind(c.out.substr(0, c.out.size() - 1), 0), 0u) << c.args << "\n" << r.out;
+        else
+            EXPECT_EQ(r.out, c.out) << c.args;
+    }
+    EXPECT_EQ(Run("help trace").out, Run("trace --help").out);
+    EXPECT_EQ(Run("help").out, Run("--help").out);
+    EXPECT_NE(Run("trace -- --map").err.find("--map"), std::string::npos);
+    for (const char* end : {"-h", "-- -h"})
+    {
+        const Result write = Run(std::string("write local:/nonexistent/socket 1/1/1 --dpt 16.001 ") + end);
+        EXPECT_EQ(write.err.rfind("lumknx: no knxd at", 0), 0u) << end << ": " << write.err;
+    }
+}
+
+// Installed, the sample is found in the data folder beside the program's
+// folder before the source tree's.
+TEST_F(Lumknx, TraceWithoutFileReadsTheSampleBesideTheInstalledProgram)
+{
+    const auto bin = m_dir / "usr" / "bin";
+    const auto data = m_dir / "usr" / "share" / "lumknx";
+    boost::filesystem::create_directories(bin);
+    boost::filesystem::create_directories(data);
+    boost::filesystem::copy_file(LUMKNX_BINARY, bin / "lumknx");
+    boost::filesystem::permissions(bin / "lumknx", boost::filesystem::owner_all);
+    std::ofstream((data / "building-day.csv").string()) << "08:00:00.000,1.1.1,1/1/1,9.001,0C 33\n";
+
+    const Result r = Run(std::string("--version >/dev/null; ") + LUMKNX_EMULATOR + " " +
+                         (bin / "lumknx").string() + " trace");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("telegrams: 1, decoded: 1, failed: 0"), std::string::npos) << r.err;
+}
+
 } // namespace

@@ -28,6 +28,11 @@ BusArgs ParseBusArgs(const std::vector<std::string>& args, const std::set<std::s
     for (std::size_t i = 0; i < args.size(); ++i)
     {
         const std::string& arg = args[i];
+        if (arg == "--")
+        {
+            out.positional.insert(out.positional.end(), args.begin() + static_cast<long>(i) + 1, args.end());
+            break;
+        }
         if (arg.rfind("--", 0) != 0)
         {
             out.positional.push_back(arg);

@@ -17,6 +17,7 @@
 #include <iostream>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string_view>
 
 namespace LumKnx
@@ -232,6 +233,13 @@ void ConfigureLogging(const std::string& level, bool detail)
         console->setLayout(std::unique_ptr<log4cplus::Layout>(new MessageOnlyLayout));
     console->setThreshold(found->second);
     logger.addAppender(console);
+}
+
+bool TakesValue(const std::string& option)
+{
+    static const std::set<std::string> options = {"--map",    "--dpt", "--count",    "--timeout",
+                                                  "--values", "--ld",  "--log-level"};
+    return options.count(option) != 0;
 }
 
 PlanLoadResult LoadPlanOrThrow(const std::string& path)

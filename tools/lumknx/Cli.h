@@ -35,7 +35,17 @@ struct Command
     const char* synopsis;
     std::string help;
     std::function<int(const std::vector<std::string>& args)> run;
+    // The position among the arguments of one taking any text (encode's and
+    // write's VALUE): "-h" there is that text, not a request for help.
+    int textArgument = -1;
+    // The command reads "--" itself (it has options of its own); for the
+    // others the tool takes it away.
+    bool readsEndOfOptions = false;
 };
+
+// The options of any command that take a value in the next argument: that
+// argument is never read as an option of the tool's.
+bool TakesValue(const std::string& option);
 
 // "9.001", "9.1" or "9.x"; nothing for anything else.
 boost::optional<KNXDPT> ParseDpt(const std::string& text);

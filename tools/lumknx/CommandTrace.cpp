@@ -25,13 +25,28 @@ namespace LumKnx
 
 namespace
 {
+// The folder of the running program, or "" when the kernel does not say.
+std::string ProgramDir()
+{
+    char buffer[4096];
+    const ssize_t n = ::readlink("/proc/self/exe", buffer, sizeof buffer);
+    if (n <= 0 || static_cast<std::size_t>(n) >= sizeof buffer)
+        return "";
+    const std::string path(buffer, static_cast<std::size_t>(n));
+    return path.substr(0, path.rfind('/'));
+}
+
+// Installed, the sample lies in the data folder beside the program's folder
+// (wherever the tree was installed to); in the build folder, in the sources.
 std::string SampleTracePath()
 {
-    for (const char* candidate : {LUMKNX_SAMPLE_TRACE_SOURCE, LUMKNX_SAMPLE_TRACE_INSTALLED})
-        if (::access(candidate, R_OK) == 0)
+    const std::string installed =
+        ProgramDir() + "/" LUMKNX_SAMPLE_DIR_FROM_BINDIR "/" LUMKNX_SAMPLE_TRACE_NAME;
+    const std::string source = LUMKNX_SAMPLE_DIR_SOURCE "/" LUMKNX_SAMPLE_TRACE_NAME;
+    for (const std::string& candidate : {installed, source})
+        if (::access(candidate.c_str(), R_OK) == 0)
             return candidate;
-    throw InputError(std::string("the sample trace is missing (looked for ") + LUMKNX_SAMPLE_TRACE_SOURCE +
-                     " and " + LUMKNX_SAMPLE_TRACE_INSTALLED + ")");
+    throw InputError("the sample trace is missing (looked for " + installed + " and " + source + ")");
 }
 
 // Opens the trace for reading; unreadable input is the caller's mistake (exit 2).
@@ -96,6 +111,11 @@ int RunTrace(const std::vector<std::string>& args)
     std::string mapPath;
     for (std::size_t i = 0; i < args.size(); ++i)
     {
+        if (args[i] == "--")
+        {
+            files.insert(files.end(), args.begin() + static_cast<long>(i) + 1, args.end());
+            break;
+        }
         if (args[i] == "--map")
         {
             if (i + 1 == args.size())

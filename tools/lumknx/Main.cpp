@@ -22,7 +22,7 @@ const std::vector<LumKnx::Command>& Commands()
         {"encode", "encode DPT VALUE",
          std::string("Encodes one value, e.g. 'encode 9.001 21.5' or 'encode 16.001 \"Hallo\"'.\n\n") +
              LumKnx::kValueForms,
-         LumKnx::RunEncode},
+         LumKnx::RunEncode, 1},
         {"trace", "trace [--map PLAN] [FILE|-]",
          "Decodes a bus trace; '-' reads standard input, no FILE decodes the shipped sample of a\n"
          "day in a small building. The trace is lumknx's CSV (time,source,destination,dpt,data and\n"
@@ -34,7 +34,7 @@ const std::vector<LumKnx::Command>& Commands()
          "the reason; lines that are no telegram are skipped (lines over 64 KiB too). The counts\n"
          "and the rate go to standard error. Exit status 0 when every telegram decoded or printed\n"
          "raw, 1 when some failed or lines were skipped, 2 when FILE or PLAN cannot be read.",
-         LumKnx::RunTrace},
+         LumKnx::RunTrace, -1, true},
         {"gamap", "gamap FILE",
          "Prints the group-address plan in FILE: address (as the plan writes them), DPT ('-' when\n"
          "none is assigned) and name, one per line. FILE is the engineering tool's CSV or XML export\n"
@@ -57,36 +57,154 @@ const std::vector<LumKnx::Command>& Commands()
          "--count telegrams, after --timeout ms or on Ctrl-C; the counts go to standard error. Exit\n"
          "status 0, 1 when some telegram did not fit its DPT or --count was not reached, 2 when knxd\n"
          "cannot be reached or the connection is lost.",
-         LumKnx::RunMonitor},
+         LumKnx::RunMonitor, -1, true},
         {"read", "read URL GA [--dpt D | --map FILE] [--timeout MS]",
          "Sends a read to GA and prints the response as 'decode' does (raw bytes without a DPT).\n"
          "Exit status 1 when no response comes within --timeout ms (2000).",
-         LumKnx::RunRead},
+         LumKnx::RunRead, -1, true},
         {"write", "write URL GA VALUE [--dpt D | --map FILE]",
          std::string("Encodes VALUE for the DPT and writes it to GA.\n\n") + LumKnx::kValueForms,
-         LumKnx::RunWrite},
+         LumKnx::RunWrite, 2, true},
         {"serve", "serve URL --values FILE [--map FILE] [--dpt D] [--count N] [--timeout MS]",
          "A virtual device: answers reads of the addresses in FILE (lines 'GA DPT VALUE', or 'GA VALUE'\n"
          "with the DPT from --map, else --dpt; '#' starts a comment) and takes on the values others\n"
          "write there. Stops on Ctrl-C, after --count answered reads or after --timeout ms. Exit\n"
          "status 1 when a value that did not fit was ignored or --count was not reached.",
-         LumKnx::RunServe},
+         LumKnx::RunServe, -1, true},
     };
     return commands;
 }
 
 void PrintUsage(std::ostream& os)
 {
-    os << "usage: lumknx [--log-level LEVEL] COMMAND [ARGS]\n\ncommands:\n";
+    os << "usage: lumknx [OPTIONS] COMMAND [ARGS]\n\ncommands:\n";
     for (const auto& c : Commands())
         os << "  " << c.synopsis << "\n";
     os << "\noptions:\n"
           "  --log-level LEVEL  library log on standard error from LEVEL on: debug, info, warn, error\n"
           "                     (default), fatal, off\n"
           "  --log-detail       library log lines with the library's function and source line\n"
-          "  --help             this text; 'lumknx COMMAND --help' explains a command\n"
+          "  -h, --help         this text; 'lumknx help COMMAND' or 'lumknx COMMAND --help' explains\n"
+          "                     a command\n"
+          "  --version          the version of lumknx\n"
+          "  --                 ends the options: what follows is an argument even when it starts\n"
+          "                     with '-', e.g. 'write URL GA -- -h'\n"
           "\nexit status: 0 success, 1 some input failed (the reason on standard error),\n"
           "2 usage error or unreadable input\n";
+}
+
+const LumKnx::Command* FindCommand(const std::string& name)
+{
+    for (const auto& c : Commands())
+        if (name == c.name)
+            return &c;
+    throw LumKnx::UsageError("unknown command '" + name + "'; see 'lumknx --help'");
+}
+
+void PrintCommandHelp(const LumKnx::Command& c)
+{
+    std::cout << "usage: lumknx " << c.synopsis << "\n\n" << c.help << "\n";
+}
+
+struct CommandLine
+{
+    std::string level;
+    bool detail = false;
+    bool help = false;
+    bool version = false;
+    const LumKnx::Command* command = nullptr;
+    std::string name;
+    std::vector<std::string> args;
+};
+
+// The tool's options come before the command; after it, "--help" and "-h"
+// still ask for help and the log options still apply, unless they stand
+// where a value belongs: after an option that takes one, in the argument
+// that takes any text, or after "--".
+CommandLine ParseCommandLine(const std::vector<std::string>& argv)
+{
+    CommandLine line;
+    std::size_t i = 0;
+    const auto logLevel = [&](const std::string& arg)
+    {
+        if (arg.rfind("--log-level=", 0) == 0)
+            line.level = arg.substr(12);
+        else if (++i < argv.size())
+            line.level = argv[i];
+        else
+            throw LumKnx::UsageError("--log-level needs a level");
+    };
+    for (; i < argv.size() && line.name.empty(); ++i)
+    {
+        const std::string& arg = argv[i];
+        if (arg == "--log-level" || arg.rfind("--log-level=", 0) == 0)
+            logLevel(arg);
+        else if (arg == "--log-detail")
+            line.detail = true;
+        else if (arg == "--help" || arg == "-h")
+            line.help = true;
+        else if (arg == "--version")
+            line.version = true;
+        else if (arg == "--")
+        {
+            if (i + 1 < argv.size())
+                line.name = argv[++i];
+        }
+        else
+            line.name = arg;
+    }
+    if (line.name.empty() || line.version)
+        return line;
+    if (line.name == "help")
+    {
+        // "help" alone is the tool's help, "help COMMAND" the command's.
+        line.help = true;
+        if (i + 1 < argv.size())
+            throw LumKnx::UsageError("help takes one COMMAND");
+        line.name = i < argv.size() ? argv[i] : "";
+        if (!line.name.empty())
+            line.command = FindCommand(line.name);
+        return line;
+    }
+    line.command = FindCommand(line.name);
+
+    int positional = 0;
+    for (; i < argv.size(); ++i)
+    {
+        const std::string& arg = argv[i];
+        if (arg == "--")
+        {
+            if (line.command->readsEndOfOptions)
+                line.args.push_back(arg);
+            line.args.insert(line.args.end(), argv.begin() + static_cast<long>(i) + 1, argv.end());
+            break;
+        }
+        // In the text's place "-h" is text; a long option is still an option.
+        if (positional == line.command->textArgument && arg.rfind("--", 0) != 0)
+        {
+            line.args.push_back(arg);
+            ++positional;
+        }
+        else if (arg == "--help" || arg == "-h")
+            line.help = true;
+        else if (arg == "--log-level" || arg.rfind("--log-level=", 0) == 0)
+            logLevel(arg);
+        else if (arg == "--log-detail")
+            line.detail = true;
+        else if (LumKnx::TakesValue(arg))
+        {
+            line.args.push_back(arg);
+            if (i + 1 < argv.size())
+                line.args.push_back(argv[++i]);
+        }
+        else
+        {
+            if (arg.rfind("--", 0) != 0)
+                ++positional;
+            line.args.push_back(arg);
+        }
+    }
+    return line;
 }
 
 } // namespace
@@ -96,53 +214,30 @@ int main(int argc, char** argv)
     log4cplus::Initializer initializer;
     try
     {
-        std::vector<std::string> args;
-        std::string level;
-        bool help = false;
-        bool detail = false;
-        for (int i = 1; i < argc; ++i)
+        CommandLine line = ParseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+        if (line.version)
         {
-            const std::string arg = argv[i];
-            if (arg == "--log-level")
-            {
-                if (i + 1 >= argc)
-                    throw LumKnx::UsageError("--log-level needs a level");
-                level = argv[++i];
-            }
-            else if (arg.rfind("--log-level=", 0) == 0)
-                level = arg.substr(12);
-            else if (arg == "--log-detail")
-                detail = true;
-            else if (arg == "--help" || arg == "-h")
-                help = true;
-            else
-                args.push_back(arg);
+            std::cout << "lumknx " LUMKNX_VERSION "\n";
+            return 0;
         }
-        if (args.empty())
+        if (!line.command)
         {
-            if (!help)
+            if (!line.help)
                 throw LumKnx::UsageError("no command given; see 'lumknx --help'");
             PrintUsage(std::cout);
             return 0;
         }
-        const std::string name = args.front();
-        args.erase(args.begin());
-        for (const auto& c : Commands())
+        if (line.help)
         {
-            if (name != c.name)
-                continue;
-            if (help)
-            {
-                std::cout << "usage: lumknx " << c.synopsis << "\n\n" << c.help << "\n";
-                return 0;
-            }
-            // A trace or a monitor explains its failures beside each telegram; the console
-            // stays quiet unless asked.
-            const bool explainsItself = name == "trace" || name == "monitor" || name == "serve";
-            LumKnx::ConfigureLogging(level.empty() ? (explainsItself ? "off" : "error") : level, detail);
-            return c.run(args);
+            PrintCommandHelp(*line.command);
+            return 0;
         }
-        throw LumKnx::UsageError("unknown command '" + name + "'; see 'lumknx --help'");
+        // A trace or a monitor explains its failures beside each telegram; the console
+        // stays quiet unless asked.
+        const bool explainsItself = line.name == "trace" || line.name == "monitor" || line.name == "serve";
+        LumKnx::ConfigureLogging(line.level.empty() ? (explainsItself ? "off" : "error") : line.level,
+                                 line.detail);
+        return line.command->run(line.args);
     }
     catch (const LumKnx::UsageError& e)
     {
