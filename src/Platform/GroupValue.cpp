@@ -111,38 +111,38 @@ void GroupValue::SetAsUnsigned4(unsigned char value)
 
 void GroupValue::SetAsUnsigned8(unsigned char value)
 {
-    *this = GroupValue(Bytes({value}), 8);
+    SetRawData(Bytes({value}));
 }
 
 void GroupValue::SetAsSigned8(signed char value)
 {
-    *this = GroupValue(Bytes({static_cast<unsigned char>(value)}), 8);
+    SetRawData(Bytes({static_cast<unsigned char>(value)}));
 }
 
 void GroupValue::SetAsChar(char value)
 {
-    *this = GroupValue(Bytes({static_cast<unsigned char>(value)}), 8);
+    SetRawData(Bytes({static_cast<unsigned char>(value)}));
 }
 
 void GroupValue::SetAsUnsigned16(unsigned short value)
 {
-    *this = GroupValue(UInt16Bytes(value), 16);
+    SetRawData(UInt16Bytes(value));
 }
 
 void GroupValue::SetAsSigned16(short value)
 {
-    *this = GroupValue(UInt16Bytes(static_cast<std::uint16_t>(value)), 16);
+    SetRawData(UInt16Bytes(static_cast<std::uint16_t>(value)));
 }
 
 void GroupValue::SetAsFloat16(double value)
 {
-    *this = GroupValue(UInt16Bytes(Detail::EncodeKnxFloat16(value)), 16);
+    SetRawData(UInt16Bytes(Detail::EncodeKnxFloat16(value)));
 }
 
 // unsigned long and long are 64 bits wide on x86-64: only the low 32 count.
 void GroupValue::SetAsUnsigned32(unsigned long value)
 {
-    *this = GroupValue(UInt32Bytes(static_cast<std::uint32_t>(value & 0xFFFFFFFFul)), 32);
+    SetRawData(UInt32Bytes(static_cast<std::uint32_t>(value & 0xFFFFFFFFul)));
 }
 
 void GroupValue::SetAsSigned32(long value)
@@ -160,7 +160,7 @@ void GroupValue::SetAsFloat32(float value)
         static_assert(sizeof bits == sizeof value, "IEEE 754 single expected");
         std::memcpy(&bits, &value, sizeof bits);
     }
-    *this = GroupValue(UInt32Bytes(bits), 32);
+    SetRawData(UInt32Bytes(bits));
 }
 
 void GroupValue::SetAsString14(const std::string& latin1)

@@ -16,6 +16,11 @@ constexpr int kMaxExponent = 15;
 constexpr double kMinMantissa = -2048.0;
 constexpr double kMaxMantissa = 2047.0;
 
+// 2^-e: multiplying by it is exact, as ldexp is, and costs no library call.
+constexpr double kInversePowersOfTwo[kMaxExponent + 1] = {
+    1.0,       1.0 / 2,   1.0 / 4,    1.0 / 8,    1.0 / 16,   1.0 / 32,   1.0 / 64,    1.0 / 128,
+    1.0 / 256, 1.0 / 512, 1.0 / 1024, 1.0 / 2048, 1.0 / 4096, 1.0 / 8192, 1.0 / 16384, 1.0 / 32768};
+
 // The value callers pass to ask for the invalid marker.
 constexpr double kInvalidRequest = 32767.0;
 } // namespace
@@ -33,7 +38,7 @@ std::uint16_t EncodeKnxFloat16(double value)
         // Scaling by a power of two is exact, so only the rounding decides;
         // std::round breaks ties away from zero. Rounding up may overflow the
         // mantissa, which then needs the next exponent.
-        const double mantissa = std::round(std::ldexp(hundredths, -exponent));
+        const double mantissa = std::round(hundredths * kInversePowersOfTwo[exponent]);
         if (mantissa < kMinMantissa || mantissa > kMaxMantissa)
         {
             continue;
