@@ -27,19 +27,23 @@ if(NOT TARGET Lum::utfcpp)
   target_include_directories(Lum::utfcpp SYSTEM INTERFACE "${LUM_UTFCPP_INCLUDE_DIR}")
 endif()
 
-# The lumknx plan readers: project archives, XML exports and CSV exports.
-# libzip and pugixml ship pkg-config files; libcsv ships none. Only the tool
-# needs them, so a library-only build does not.
+# The lumknx plan readers (project archives, XML and CSV exports) and its
+# command line (CLI11). libzip and pugixml ship pkg-config files; libcsv ships
+# none. Only the tool needs them, so a library-only build does not.
 if(LUM_BUILD_TOOLS)
   pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
   pkg_check_modules(PUGIXML REQUIRED IMPORTED_TARGET pugixml)
   find_path(LUM_LIBCSV_INCLUDE_DIR csv.h REQUIRED)
+  # Header-only, found by its header as rapidxml is.
+  find_path(LUM_CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)
   find_library(LUM_LIBCSV_LIBRARY csv REQUIRED)
   if(NOT TARGET Lum::libzip)
     add_library(Lum::libzip INTERFACE IMPORTED)
     target_link_libraries(Lum::libzip INTERFACE PkgConfig::LIBZIP)
     add_library(Lum::pugixml INTERFACE IMPORTED)
     target_link_libraries(Lum::pugixml INTERFACE PkgConfig::PUGIXML)
+    add_library(Lum::CLI11 INTERFACE IMPORTED)
+    target_include_directories(Lum::CLI11 SYSTEM INTERFACE "${LUM_CLI11_INCLUDE_DIR}")
     add_library(Lum::libcsv INTERFACE IMPORTED)
     target_include_directories(Lum::libcsv SYSTEM INTERFACE "${LUM_LIBCSV_INCLUDE_DIR}")
     target_link_libraries(Lum::libcsv INTERFACE "${LUM_LIBCSV_LIBRARY}")

@@ -30,7 +30,7 @@ packages=(
 # are only unpacked beside the sysroot, for their symbols files.
 control_only=(libc6 libgcc-s1 libstdc++6)
 # Header-only, architecture-independent.
-all_packages=(librapidxml-dev libutfcpp-dev)
+all_packages=(librapidxml-dev libutfcpp-dev libcli11-dev)
 # The layout's name is part of the stamp, so that a sysroot unpacked before
 # the merge below is made again.
 contents="${packages[*]} ${all_packages[*]} ${control_only[*]} merged-usr control"

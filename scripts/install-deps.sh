@@ -9,7 +9,7 @@ packages=(
   libboost-dev libboost-thread-dev libboost-chrono-dev libboost-date-time-dev
   libboost-timer-dev libboost-system-dev libboost-filesystem-dev
   liblog4cplus-dev libnsl-dev librapidxml-dev libutfcpp-dev
-  libzip-dev libpugixml-dev libcsv-dev
+  libzip-dev libpugixml-dev libcsv-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev time help2man
 )
 # Extra groups, selected by arguments: "armhf" for the cross build, "bus" for

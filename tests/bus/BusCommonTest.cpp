@@ -1,52 +1,9 @@
-// The bus commands' shared parts: options, JSON strings, timestamps.
+// The bus commands' shared parts: JSON strings, timestamps, group addresses.
 #include "BusCommon.h"
 
 #include <gtest/gtest.h>
 
 using namespace LumKnx;
-
-TEST(BusCommon, SplitsOptionsFromArguments)
-{
-    const BusArgs a = ParseBusArgs({"local:/s", "--dpt", "9.001", "-5", "--count=3", "--csv"},
-                                   {"--dpt", "--count"}, {"--csv"});
-    EXPECT_EQ(a.positional, (std::vector<std::string>{"local:/s", "-5"}));
-    EXPECT_EQ(a.values.at("--dpt"), "9.001");
-    EXPECT_EQ(a.Number("--count", 10), 3u);
-    EXPECT_TRUE(a.Has("--csv"));
-    EXPECT_FALSE(a.Has("--json"));
-    EXPECT_EQ(a.Number("--timeout", 10), std::nullopt);
-}
-
-TEST(BusCommon, RefusesBadOptions)
-{
-    struct Case
-    {
-        std::vector<std::string> args;
-        const char* error;
-    } const cases[] = {
-        {{"--bogus"}, "unknown option '--bogus'"},
-        {{"--dpt"}, "--dpt needs a value"},
-        {{"--csv=1"}, "--csv takes no value"},
-        {{"--dpt", "1.001", "--dpt=2.001"}, "--dpt is given twice"},
-        {{"--count", "0"}, "--count takes a number of 1..10, not '0'"},
-        {{"--count", "11"}, "--count takes a number of 1..10, not '11'"},
-        {{"--count", "2x"}, "--count takes a number of 1..10, not '2x'"},
-        {{"--count", "-1"}, "--count takes a number of 1..10, not '-1'"},
-        {{"--count="}, "--count takes a number of 1..10, not ''"},
-    };
-    for (const auto& c : cases)
-    {
-        try
-        {
-            ParseBusArgs(c.args, {"--dpt", "--count"}, {"--csv"}).Number("--count", 10);
-            ADD_FAILURE() << "accepted " << c.args[0];
-        }
-        catch (const UsageError& e)
-        {
-            EXPECT_STREQ(e.what(), c.error);
-        }
-    }
-}
 
 TEST(BusCommon, JsonStrings)
 {

@@ -81,7 +81,7 @@ TEST_F(PlanTool, GamapExitStatus)
         {"gamap " + m_dir.string() + "/absent.csv", 2, "",
          "lumknx: cannot read plan '" + m_dir.string() + "/absent.csv': No such file or directory\n"},
         {"gamap", 2, "", "lumknx: gamap takes one FILE (a CSV or XML export, or a .knxproj project)\n"},
-        {"trace --map", 2, "", "lumknx: --map needs a plan FILE\n"},
+        {"trace --map", 2, "", "lumknx: --map needs a value\n"},
         {"trace --map " + sealed + " -", 2, "",
          "lumknx: cannot read plan '" + sealed +
              "': the project is password-protected (P-0002.zip inside): export its group addresses as CSV or "

@@ -8,61 +8,6 @@
 namespace LumKnx
 {
 
-std::optional<unsigned long> BusArgs::Number(const std::string& option, unsigned long max) const
-{
-    const auto found = values.find(option);
-    if (found == values.end())
-        return std::nullopt;
-    const std::string& text = found->second;
-    unsigned long value = 0;
-    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (ec != std::errc() || end != text.data() + text.size() || value == 0 || value > max)
-        throw UsageError(option + " takes a number of 1.." + std::to_string(max) + ", not '" + text + "'");
-    return value;
-}
-
-BusArgs ParseBusArgs(const std::vector<std::string>& args, const std::set<std::string>& valueOptions,
-                     const std::set<std::string>& flagOptions)
-{
-    BusArgs out;
-    for (std::size_t i = 0; i < args.size(); ++i)
-    {
-        const std::string& arg = args[i];
-        if (arg == "--")
-        {
-            out.positional.insert(out.positional.end(), args.begin() + static_cast<long>(i) + 1, args.end());
-            break;
-        }
-        if (arg.rfind("--", 0) != 0)
-        {
-            out.positional.push_back(arg);
-            continue;
-        }
-        const auto equals = arg.find('=');
-        const std::string name = arg.substr(0, equals);
-        if (out.Has(name))
-            throw UsageError(name + " is given twice");
-        if (flagOptions.count(name) != 0)
-        {
-            if (equals != std::string::npos)
-                throw UsageError(name + " takes no value");
-            out.flags.insert(name);
-        }
-        else if (valueOptions.count(name) != 0)
-        {
-            if (equals != std::string::npos)
-                out.values[name] = arg.substr(equals + 1);
-            else if (i + 1 < args.size())
-                out.values[name] = args[++i];
-            else
-                throw UsageError(name + " needs a value");
-        }
-        else
-            throw UsageError("unknown option '" + name + "'");
-    }
-    return out;
-}
-
 std::uint16_t GroupAddressArgument(const std::string& text)
 {
     const auto address = LumBus::ParseGroupAddress(text);
@@ -71,7 +16,7 @@ std::uint16_t GroupAddressArgument(const std::string& text)
     return *address;
 }
 
-DptSource::DptSource(const BusArgs& args)
+DptSource::DptSource(const Arguments& args)
 {
     const auto map = args.values.find("--map");
     if (map != args.values.end())

@@ -1,7 +1,6 @@
 #pragma once
-// What lumknx's bus commands (monitor, read, write, serve) share: their
-// options, the DPT of each group address, and a connection that stops on
-// SIGINT and SIGTERM.
+// What lumknx's bus commands (monitor, read, write, serve) share: the DPT of each group address, and a
+// connection that stops on SIGINT and SIGTERM.
 #include "Cli.h"
 #include "GroupAddressPlan.h"
 
@@ -23,27 +22,6 @@
 namespace LumKnx
 {
 
-struct BusArgs
-{
-    std::vector<std::string> positional;
-    std::map<std::string, std::string> values; // "--dpt" -> "9.001"
-    std::set<std::string> flags;               // "--csv"
-
-    bool Has(const std::string& option) const
-    {
-        return values.count(option) != 0 || flags.count(option) != 0;
-    }
-    // The option's number in [1, max]; none when it is not given.
-    // Throws UsageError for anything else.
-    std::optional<unsigned long> Number(const std::string& option, unsigned long max) const;
-};
-
-// Splits `--name VALUE`, `--name=VALUE` and `--flag` from positional
-// arguments; anything else starting with "--" is a UsageError, so is an
-// option given twice. "-5" stays positional (a negative value).
-BusArgs ParseBusArgs(const std::vector<std::string>& args, const std::set<std::string>& valueOptions,
-                     const std::set<std::string>& flagOptions);
-
 // A group address argument; UsageError when it is none.
 std::uint16_t GroupAddressArgument(const std::string& text);
 
@@ -53,7 +31,7 @@ class DptSource
 public:
     // Reads --map (InputError when it cannot be used; its warnings go to
     // stderr) and --dpt (UsageError when it is no DPT).
-    explicit DptSource(const BusArgs& args);
+    explicit DptSource(const Arguments& args);
 
     std::optional<KNXDPT> For(std::uint16_t address) const;
     // The plan's name of the address, or "".
@@ -98,9 +76,9 @@ std::string JsonEscaped(const std::string& text);
 
 std::vector<unsigned char> ToBytes(const std::vector<std::uint8_t>& bytes);
 
-int RunMonitor(const std::vector<std::string>& args);
-int RunRead(const std::vector<std::string>& args);
-int RunWrite(const std::vector<std::string>& args);
-int RunServe(const std::vector<std::string>& args);
+int RunMonitor(const Arguments& args);
+int RunRead(const Arguments& args);
+int RunWrite(const Arguments& args);
+int RunServe(const Arguments& args);
 
 } // namespace LumKnx

@@ -235,11 +235,17 @@ void ConfigureLogging(const std::string& level, bool detail)
     logger.addAppender(console);
 }
 
-bool TakesValue(const std::string& option)
+std::optional<unsigned long> Arguments::Number(const std::string& option, unsigned long max) const
 {
-    static const std::set<std::string> options = {"--map",    "--dpt", "--count",    "--timeout",
-                                                  "--values", "--ld",  "--log-level"};
-    return options.count(option) != 0;
+    const auto found = values.find(option);
+    if (found == values.end())
+        return std::nullopt;
+    const std::string& text = found->second;
+    unsigned long value = 0;
+    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec != std::errc() || end != text.data() + text.size() || value == 0 || value > max)
+        throw UsageError(option + " takes a number of 1.." + std::to_string(max) + ", not '" + text + "'");
+    return value;
 }
 
 PlanLoadResult LoadPlanOrThrow(const std::string& path)

@@ -8,6 +8,8 @@
 
 #include <functional>
 #include <map>
+#include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -29,23 +31,39 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A command's arguments as the command line gave them, options apart.
+struct Arguments
+{
+    std::vector<std::string> positional;
+    std::map<std::string, std::string> values; // "--dpt" -> "9.001"
+    std::set<std::string> flags;               // "--csv"
+
+    bool Has(const std::string& option) const
+    {
+        return values.count(option) != 0 || flags.count(option) != 0;
+    }
+    // The option's number in [1, max]; none when it is not given.
+    // Throws UsageError for anything else.
+    std::optional<unsigned long> Number(const std::string& option, unsigned long max) const;
+};
+
+struct OptionSpec
+{
+    const char* name;  // "--dpt"
+    const char* value; // what it takes ("D"), nullptr for a flag
+};
+
 struct Command
 {
     const char* name;
     const char* synopsis;
     std::string help;
-    std::function<int(const std::vector<std::string>& args)> run;
+    std::function<int(const Arguments& args)> run;
+    std::vector<OptionSpec> options;
     // The position among the arguments of one taking any text (encode's and
     // write's VALUE): "-h" there is that text, not a request for help.
     int textArgument = -1;
-    // The command reads "--" itself (it has options of its own); for the
-    // others the tool takes it away.
-    bool readsEndOfOptions = false;
 };
-
-// The options of any command that take a value in the next argument: that
-// argument is never read as an option of the tool's.
-bool TakesValue(const std::string& option);
 
 // "9.001", "9.1" or "9.x"; nothing for anything else.
 boost::optional<KNXDPT> ParseDpt(const std::string& text);
@@ -85,13 +103,13 @@ private:
 // with `detail` the whole line with the library's function and source line.
 void ConfigureLogging(const std::string& level, bool detail = false);
 
-int RunDecode(const std::vector<std::string>& args);
-int RunEncode(const std::vector<std::string>& args);
-int RunTrace(const std::vector<std::string>& args);
-int RunDpts(const std::vector<std::string>& args);
-int RunId(const std::vector<std::string>& args);
-int RunConfig(const std::vector<std::string>& args);
-int RunGamap(const std::vector<std::string>& args);
+int RunDecode(const Arguments& args);
+int RunEncode(const Arguments& args);
+int RunTrace(const Arguments& args);
+int RunDpts(const Arguments& args);
+int RunId(const Arguments& args);
+int RunConfig(const Arguments& args);
+int RunGamap(const Arguments& args);
 
 struct PlanLoadResult;
 // The plan at `path` (result.plan is set), its warnings printed on standard

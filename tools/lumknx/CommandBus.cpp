@@ -14,7 +14,7 @@ namespace
 using Clock = std::chrono::steady_clock;
 constexpr unsigned long kDefaultReadTimeoutMs = 2000;
 
-void RequireOneDptSource(const BusArgs& options)
+void RequireOneDptSource(const Arguments& options)
 {
     if (options.Has("--dpt") && options.Has("--map"))
         throw UsageError("give --dpt or --map, not both");
@@ -26,9 +26,8 @@ bool IsResponseFrom(const LumBus::ReceivedTelegram& in, std::uint16_t address)
 }
 } // namespace
 
-int RunRead(const std::vector<std::string>& args)
+int RunRead(const Arguments& options)
 {
-    const BusArgs options = ParseBusArgs(args, {"--map", "--dpt", "--timeout"}, {});
     if (options.positional.size() != 2)
         throw UsageError("read needs a knxd URL and a group address, e.g. 'read local:/tmp/eib 1/2/3'");
     RequireOneDptSource(options);
@@ -87,9 +86,8 @@ int RunRead(const std::vector<std::string>& args)
     return 0;
 }
 
-int RunWrite(const std::vector<std::string>& args)
+int RunWrite(const Arguments& options)
 {
-    const BusArgs options = ParseBusArgs(args, {"--map", "--dpt"}, {});
     if (options.positional.size() != 3)
         throw UsageError("write needs a knxd URL, a group address and a value, e.g. 'write local:/tmp/eib "
                          "1/2/3 21.5 --dpt 9.001'");

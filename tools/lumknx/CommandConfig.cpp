@@ -20,8 +20,9 @@ void PrintPath(const char* name, const boost::optional<std::string>& path)
 }
 } // namespace
 
-int RunConfig(const std::vector<std::string>& args)
+int RunConfig(const Arguments& arguments)
 {
+    const std::vector<std::string>& args = arguments.positional;
     if (args.size() > 1)
         throw UsageError("config takes at most one FILE");
     const std::string path = args.empty() ? Lum::AppHostConfigFilePath : args[0];

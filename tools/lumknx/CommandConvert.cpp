@@ -22,8 +22,9 @@ KNXDPT DptArgument(const std::string& text)
 }
 } // namespace
 
-int RunDecode(const std::vector<std::string>& args)
+int RunDecode(const Arguments& arguments)
 {
+    const std::vector<std::string>& args = arguments.positional;
     if (args.size() < 2)
         throw UsageError("decode needs a DPT and the bytes, e.g. 'decode 9.001 \"0C 33\"'");
     const KNXDPT dpt = DptArgument(args[0]);
@@ -44,8 +45,9 @@ int RunDecode(const std::vector<std::string>& args)
     return 0;
 }
 
-int RunEncode(const std::vector<std::string>& args)
+int RunEncode(const Arguments& arguments)
 {
+    const std::vector<std::string>& args = arguments.positional;
     if (args.size() != 2)
         throw UsageError("encode needs a DPT and one value, e.g. 'encode 9.001 21.5'");
     const KNXDPT dpt = DptArgument(args[0]);

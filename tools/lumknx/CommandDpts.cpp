@@ -60,11 +60,11 @@ std::string Numbered(int number, const char* name)
 }
 } // namespace
 
-int RunDpts(const std::vector<std::string>& args)
+int RunDpts(const Arguments& args)
 {
-    const bool markdown = args.size() == 1 && args[0] == "--markdown";
-    if (!args.empty() && !markdown)
+    if (!args.positional.empty())
         throw UsageError("dpts takes only --markdown");
+    const bool markdown = args.Has("--markdown");
 
     Lum::KnxValueConverter converter;
     converter.Init();

@@ -78,23 +78,16 @@ void PrintBuilt(const boost::optional<unsigned long>& id, const std::string& wha
 }
 } // namespace
 
-int RunId(const std::vector<std::string>& argsIn)
+int RunId(const Arguments& arguments)
 {
-    std::vector<std::string> args;
+    const std::vector<std::string>& args = arguments.positional;
     int ldNumber = 1;
-    for (std::size_t i = 0; i < argsIn.size(); ++i)
+    if (const auto ldText = arguments.values.find("--ld"); ldText != arguments.values.end())
     {
-        if (argsIn[i] == "--ld")
-        {
-            if (i + 1 >= argsIn.size())
-                throw UsageError("--ld needs 1 or 2");
-            const std::string& value = argsIn[++i];
-            if (value != "1" && value != "2")
-                throw UsageError("--ld must be 1 or 2 (the logical device), not '" + value + "'");
-            ldNumber = value == "1" ? 1 : 2;
-        }
-        else
-            args.push_back(argsIn[i]);
+        const std::string& value = ldText->second;
+        if (value != "1" && value != "2")
+            throw UsageError("--ld must be 1 or 2 (the logical device), not '" + value + "'");
+        ldNumber = value == "1" ? 1 : 2;
     }
     const auto ld = Lum::LogicalDeviceId::Create(ldNumber);
     if (!ld)

@@ -96,10 +96,8 @@ void WriteJson(Output& out, const Shown& s)
 }
 } // namespace
 
-int RunMonitor(const std::vector<std::string>& args)
+int RunMonitor(const Arguments& options)
 {
-    const BusArgs options =
-        ParseBusArgs(args, {"--map", "--dpt", "--count", "--timeout"}, {"--csv", "--json"});
     if (options.positional.size() != 1)
         throw UsageError("monitor needs one knxd URL, e.g. 'monitor local:/tmp/eib'");
     if (options.Has("--csv") && options.Has("--json"))

@@ -6,8 +6,9 @@
 namespace LumKnx
 {
 
-int RunGamap(const std::vector<std::string>& args)
+int RunGamap(const Arguments& arguments)
 {
+    const std::vector<std::string>& args = arguments.positional;
     if (args.size() != 1)
         throw UsageError("gamap takes one FILE (a CSV or XML export, or a .knxproj project)");
     const PlanLoadResult result = LoadPlanOrThrow(args[0]);

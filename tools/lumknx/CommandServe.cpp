@@ -129,9 +129,8 @@ ServedValues LoadValues(const std::string& path, const DptSource& dpts,
 }
 } // namespace
 
-int RunServe(const std::vector<std::string>& args)
+int RunServe(const Arguments& options)
 {
-    const BusArgs options = ParseBusArgs(args, {"--values", "--map", "--dpt", "--count", "--timeout"}, {});
     if (options.positional.size() != 1)
         throw UsageError("serve needs one knxd URL, e.g. 'serve local:/tmp/eib --values values.txt'");
     if (!options.Has("--values"))

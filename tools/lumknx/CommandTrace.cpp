@@ -105,28 +105,11 @@ void Row(Output& out, const TraceLine& t, const Planned& planned, std::string_vi
 }
 } // namespace
 
-int RunTrace(const std::vector<std::string>& args)
+int RunTrace(const Arguments& args)
 {
-    std::vector<std::string> files;
-    std::string mapPath;
-    for (std::size_t i = 0; i < args.size(); ++i)
-    {
-        if (args[i] == "--")
-        {
-            files.insert(files.end(), args.begin() + static_cast<long>(i) + 1, args.end());
-            break;
-        }
-        if (args[i] == "--map")
-        {
-            if (i + 1 == args.size())
-                throw UsageError("--map needs a plan FILE");
-            mapPath = args[++i];
-        }
-        else if (args[i].rfind("--map=", 0) == 0)
-            mapPath = args[i].substr(6);
-        else
-            files.push_back(args[i]);
-    }
+    const std::vector<std::string>& files = args.positional;
+    const auto map = args.values.find("--map");
+    const std::string mapPath = map != args.values.end() ? map->second : "";
     if (files.size() > 1)
         throw UsageError("trace takes at most one FILE ('-' for standard input)");
     std::optional<GroupAddressPlan> plan;

@@ -3,6 +3,7 @@
 // this program only parses arguments and prints.
 #include "BusCommon.h"
 #include "Cli.h"
+#include "CommandLine.h"
 #include "ValueText.h"
 
 #include <log4cplus/initializer.h>
@@ -15,15 +16,21 @@ namespace
 const std::vector<LumKnx::Command>& Commands()
 {
     static const std::vector<LumKnx::Command> commands = {
-        {"decode", "decode DPT HEX",
+        {"decode",
+         "decode DPT HEX",
          "Decodes the bytes of one group value, e.g. 'decode 9.001 \"0C 33\"'. Prints the exact value (what\n"
          "'encode' takes), a tab, and what it means with its unit and type.",
-         LumKnx::RunDecode},
-        {"encode", "encode DPT VALUE",
+         LumKnx::RunDecode,
+         {}},
+        {"encode",
+         "encode DPT VALUE",
          std::string("Encodes one value, e.g. 'encode 9.001 21.5' or 'encode 16.001 \"Hallo\"'.\n\n") +
              LumKnx::kValueForms,
-         LumKnx::RunEncode, 1},
-        {"trace", "trace [--map PLAN] [FILE|-]",
+         LumKnx::RunEncode,
+         {},
+         1},
+        {"trace",
+         "trace [--map PLAN] [FILE|-]",
          "Decodes a bus trace; '-' reads standard input, no FILE decodes the shipped sample of a\n"
          "day in a small building. The trace is lumknx's CSV (time,source,destination,dpt,data and\n"
          "optionally service: write, read or response, as 'monitor --csv' writes it), knxd's\n"
@@ -34,22 +41,35 @@ const std::vector<LumKnx::Command>& Commands()
          "the reason; lines that are no telegram are skipped (lines over 64 KiB too). The counts\n"
          "and the rate go to standard error. Exit status 0 when every telegram decoded or printed\n"
          "raw, 1 when some failed or lines were skipped, 2 when FILE or PLAN cannot be read.",
-         LumKnx::RunTrace, -1, true},
-        {"gamap", "gamap FILE",
+         LumKnx::RunTrace,
+         {{"--map", "PLAN"}}},
+        {"gamap",
+         "gamap FILE",
          "Prints the group-address plan in FILE: address (as the plan writes them), DPT ('-' when\n"
          "none is assigned) and name, one per line. FILE is the engineering tool's CSV or XML export\n"
          "of the group addresses, or a .knxproj project without password, recognised by content.\n"
          "Warnings (an address listed twice, a row that was dropped) go to standard error. Exit status\n"
          "0 when the plan was read whole, 1 with warnings, 2 when FILE cannot be read.",
-         LumKnx::RunGamap},
-        {"dpts", "dpts [--markdown]", "Lists the supported datapoint types.", LumKnx::RunDpts},
-        {"id", "id ID | id co N | id co-value N | id param ip|number|text N | id ld | id app-control ...",
+         LumKnx::RunGamap,
+         {}},
+        {"dpts",
+         "dpts [--markdown]",
+         "Lists the supported datapoint types.",
+         LumKnx::RunDpts,
+         {{"--markdown", nullptr}}},
+        {"id",
+         "id ID | id co N | id co-value N | id param ip|number|text N | id ld | id app-control ...",
          "Tells what an object-model identifier (0..4294967295) denotes, or builds one\n"
          "(--ld 1|2 picks the logical device, 1 when not given).",
-         LumKnx::RunId},
-        {"config", "config [FILE]",
-         "Loads an app host configuration (the fixed path without FILE) and prints it.", LumKnx::RunConfig},
-        {"monitor", "monitor URL [--map FILE] [--dpt D] [--csv | --json] [--count N] [--timeout MS]",
+         LumKnx::RunId,
+         {{"--ld", "N"}}},
+        {"config",
+         "config [FILE]",
+         "Loads an app host configuration (the fixed path without FILE) and prints it.",
+         LumKnx::RunConfig,
+         {}},
+        {"monitor",
+         "monitor URL [--map FILE] [--dpt D] [--csv | --json] [--count N] [--timeout MS]",
          "Prints every group telegram that knxd passes on (URL: local:/path/to/socket or ip:host[:port]):\n"
          "time (UTC), source, destination, service, DPT, value with unit, bytes. The DPT comes from the\n"
          "plan (--map), else from --dpt; without one the bytes stay raw. --csv writes lumknx's trace CSV\n"
@@ -57,20 +77,33 @@ const std::vector<LumKnx::Command>& Commands()
          "--count telegrams, after --timeout ms or on Ctrl-C; the counts go to standard error. Exit\n"
          "status 0, 1 when some telegram did not fit its DPT or --count was not reached, 2 when knxd\n"
          "cannot be reached or the connection is lost.",
-         LumKnx::RunMonitor, -1, true},
-        {"read", "read URL GA [--dpt D | --map FILE] [--timeout MS]",
+         LumKnx::RunMonitor,
+         {{"--map", "FILE"},
+          {"--dpt", "D"},
+          {"--count", "N"},
+          {"--timeout", "MS"},
+          {"--csv", nullptr},
+          {"--json", nullptr}}},
+        {"read",
+         "read URL GA [--dpt D | --map FILE] [--timeout MS]",
          "Sends a read to GA and prints the response as 'decode' does (raw bytes without a DPT).\n"
          "Exit status 1 when no response comes within --timeout ms (2000).",
-         LumKnx::RunRead, -1, true},
-        {"write", "write URL GA VALUE [--dpt D | --map FILE]",
+         LumKnx::RunRead,
+         {{"--map", "FILE"}, {"--dpt", "D"}, {"--timeout", "MS"}}},
+        {"write",
+         "write URL GA VALUE [--dpt D | --map FILE]",
          std::string("Encodes VALUE for the DPT and writes it to GA.\n\n") + LumKnx::kValueForms,
-         LumKnx::RunWrite, 2, true},
-        {"serve", "serve URL --values FILE [--map FILE] [--dpt D] [--count N] [--timeout MS]",
+         LumKnx::RunWrite,
+         {{"--map", "FILE"}, {"--dpt", "D"}},
+         2},
+        {"serve",
+         "serve URL --values FILE [--map FILE] [--dpt D] [--count N] [--timeout MS]",
          "A virtual device: answers reads of the addresses in FILE (lines 'GA DPT VALUE', or 'GA VALUE'\n"
          "with the DPT from --map, else --dpt; '#' starts a comment) and takes on the values others\n"
          "write there. Stops on Ctrl-C, after --count answered reads or after --timeout ms. Exit\n"
          "status 1 when a value that did not fit was ignored or --count was not reached.",
-         LumKnx::RunServe, -1, true},
+         LumKnx::RunServe,
+         {{"--values", "FILE"}, {"--map", "FILE"}, {"--dpt", "D"}, {"--count", "N"}, {"--timeout", "MS"}}},
     };
     return commands;
 }
@@ -93,118 +126,9 @@ void PrintUsage(std::ostream& os)
           "2 usage error or unreadable input\n";
 }
 
-const LumKnx::Command* FindCommand(const std::string& name)
-{
-    for (const auto& c : Commands())
-        if (name == c.name)
-            return &c;
-    throw LumKnx::UsageError("unknown command '" + name + "'; see 'lumknx --help'");
-}
-
 void PrintCommandHelp(const LumKnx::Command& c)
 {
     std::cout << "usage: lumknx " << c.synopsis << "\n\n" << c.help << "\n";
-}
-
-struct CommandLine
-{
-    std::string level;
-    bool detail = false;
-    bool help = false;
-    bool version = false;
-    const LumKnx::Command* command = nullptr;
-    std::string name;
-    std::vector<std::string> args;
-};
-
-// The tool's options come before the command; after it, "--help" and "-h"
-// still ask for help and the log options still apply, unless they stand
-// where a value belongs: after an option that takes one, in the argument
-// that takes any text, or after "--".
-CommandLine ParseCommandLine(const std::vector<std::string>& argv)
-{
-    CommandLine line;
-    std::size_t i = 0;
-    const auto logLevel = [&](const std::string& arg)
-    {
-        if (arg.rfind("--log-level=", 0) == 0)
-            line.level = arg.substr(12);
-        else if (++i < argv.size())
-            line.level = argv[i];
-        else
-            throw LumKnx::UsageError("--log-level needs a level");
-    };
-    for (; i < argv.size() && line.name.empty(); ++i)
-    {
-        const std::string& arg = argv[i];
-        if (arg == "--log-level" || arg.rfind("--log-level=", 0) == 0)
-            logLevel(arg);
-        else if (arg == "--log-detail")
-            line.detail = true;
-        else if (arg == "--help" || arg == "-h")
-            line.help = true;
-        else if (arg == "--version")
-            line.version = true;
-        else if (arg == "--")
-        {
-            if (i + 1 < argv.size())
-                line.name = argv[++i];
-        }
-        else
-            line.name = arg;
-    }
-    if (line.name.empty() || line.version)
-        return line;
-    if (line.name == "help")
-    {
-        // "help" alone is the tool's help, "help COMMAND" the command's.
-        line.help = true;
-        if (i + 1 < argv.size())
-            throw LumKnx::UsageError("help takes one COMMAND");
-        line.name = i < argv.size() ? argv[i] : "";
-        if (!line.name.empty())
-            line.command = FindCommand(line.name);
-        return line;
-    }
-    line.command = FindCommand(line.name);
-
-    int positional = 0;
-    for (; i < argv.size(); ++i)
-    {
-        const std::string& arg = argv[i];
-        if (arg == "--")
-        {
-            if (line.command->readsEndOfOptions)
-                line.args.push_back(arg);
-            line.args.insert(line.args.end(), argv.begin() + static_cast<long>(i) + 1, argv.end());
-            break;
-        }
-        // In the text's place "-h" is text; a long option is still an option.
-        if (positional == line.command->textArgument && arg.rfind("--", 0) != 0)
-        {
-            line.args.push_back(arg);
-            ++positional;
-        }
-        else if (arg == "--help" || arg == "-h")
-            line.help = true;
-        else if (arg == "--log-level" || arg.rfind("--log-level=", 0) == 0)
-            logLevel(arg);
-        else if (arg == "--log-detail")
-            line.detail = true;
-        else if (LumKnx::TakesValue(arg))
-        {
-            line.args.push_back(arg);
-            if (i + 1 < argv.size())
-                line.args.push_back(argv[++i]);
-        }
-        else
-        {
-            if (arg.rfind("--", 0) != 0)
-                ++positional;
-            line.args.push_back(arg);
-        }
-    }
-    return line;
 }
 
 } // namespace
@@ -214,7 +138,8 @@ int main(int argc, char** argv)
     log4cplus::Initializer initializer;
     try
     {
-        CommandLine line = ParseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+        const LumKnx::CommandLine line =
+            LumKnx::ParseCommandLine(Commands(), std::vector<std::string>(argv + 1, argv + argc));
         if (line.version)
         {
             std::cout << "lumknx " LUMKNX_VERSION "\n";
@@ -234,7 +159,8 @@ int main(int argc, char** argv)
         }
         // A trace or a monitor explains its failures beside each telegram; the console
         // stays quiet unless asked.
-        const bool explainsItself = line.name == "trace" || line.name == "monitor" || line.name == "serve";
+        const std::string name = line.command->name;
+        const bool explainsItself = name == "trace" || name == "monitor" || name == "serve";
         LumKnx::ConfigureLogging(line.level.empty() ? (explainsItself ? "off" : "error") : line.level,
                                  line.detail);
         return line.command->run(line.args);
