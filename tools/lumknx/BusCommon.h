@@ -102,5 +102,6 @@ int RunMonitor(const std::vector<std::string>& args);
 int RunRead(const std::vector<std::string>& args);
 int RunWrite(const std::vector<std::string>& args);
 int RunServe(const std::vector<std::string>& args);
+int RunDiscover(const std::vector<std::string>& args);
 
 } // namespace LumKnx

@@ -237,8 +237,8 @@ void ConfigureLogging(const std::string& level, bool detail)
 
 bool TakesValue(const std::string& option)
 {
-    static const std::set<std::string> options = {"--map",    "--dpt", "--count",    "--timeout",
-                                                  "--values", "--ld",  "--log-level"};
+    static const std::set<std::string> options = {
+        "--map", "--dpt", "--count", "--timeout", "--values", "--ld", "--log-level", "--interface", "--host"};
     return options.count(option) != 0;
 }
 
