@@ -137,14 +137,14 @@ bool ReadSearchResponse(Reader& in, SearchResponse& out)
     bool families = false;
     while (in.Left() > 0)
     {
-        if (!in.Need(2, "description block"))
+        if (!in.Need(kDibHeaderSize, "description block"))
             return false;
         const std::uint8_t size = in.Byte();
         const std::uint8_t type = in.Byte();
-        if (size < 2 || size - 2u > in.Left())
+        if (size < kDibHeaderSize || size - kDibHeaderSize > in.Left())
         {
             in.Fail("description block " + Hex(type, 2) + " has length " + std::to_string(size) + ", " +
-                    std::to_string(in.Left() + 2) + " byte(s) left");
+                    std::to_string(in.Left() + kDibHeaderSize) + " byte(s) left");
             return false;
         }
         if (type == kDibDeviceInfo)
@@ -160,13 +160,13 @@ bool ReadSearchResponse(Reader& in, SearchResponse& out)
         }
         else if (type == kDibServiceFamilies)
         {
-            if (size % 2 != 0 || families)
+            if (size % kServiceFamilyEntrySize != 0 || families)
             {
                 in.Fail(families ? std::string("service families twice")
                                  : "service families have odd length " + std::to_string(size));
                 return false;
             }
-            for (unsigned i = 2; i < size; i += 2)
+            for (std::size_t i = kDibHeaderSize; i < size; i += kServiceFamilyEntrySize)
             {
                 ServiceFamily f;
                 f.family = in.Byte();
@@ -176,7 +176,7 @@ bool ReadSearchResponse(Reader& in, SearchResponse& out)
             families = true;
         }
         else
-            in.Skip(size - 2u);
+            in.Skip(size - kDibHeaderSize);
     }
     if (!device || !families)
         in.Fail(device ? "no service families" : "no device info");
@@ -378,10 +378,11 @@ struct BodyWriter
         out.insert(out.end(), d.mac.begin(), d.mac.end());
         out.insert(out.end(), d.name.begin(), d.name.end());
         out.insert(out.end(), kDeviceNameSize - d.name.size(), 0);
-        // A description block's length is one byte: 2 + 2 per family.
-        if (r.families.size() > 126)
-            throw std::invalid_argument("a search response lists at most 126 service families");
-        out.push_back(static_cast<std::uint8_t>(2 + 2 * r.families.size()));
+        if (r.families.size() > kMaxServiceFamilies)
+            throw std::invalid_argument("a search response lists at most " +
+                                        std::to_string(kMaxServiceFamilies) + " service families");
+        out.push_back(
+            static_cast<std::uint8_t>(kDibHeaderSize + kServiceFamilyEntrySize * r.families.size()));
         out.push_back(kDibServiceFamilies);
         for (const ServiceFamily& f : r.families)
             out.insert(out.end(), {f.family, f.version});
@@ -527,8 +528,9 @@ std::vector<std::uint8_t> EncodeKnxIpFrame(const KnxIpBody& body)
     PutWord(out, KnxIpServiceType(body));
     PutWord(out, 0); // the total length, once known
     std::visit(BodyWriter{out}, body);
-    if (out.size() > 0xFFFF)
-        throw std::invalid_argument("a KNXnet/IP frame has at most 65535 bytes");
+    if (out.size() > kMaxKnxIpFrame)
+        throw std::invalid_argument("a KNXnet/IP frame has at most " + std::to_string(kMaxKnxIpFrame) +
+                                    " bytes");
     out[4] = static_cast<std::uint8_t>(out.size() >> 8);
     out[5] = static_cast<std::uint8_t>(out.size() & 0xFF);
     return out;

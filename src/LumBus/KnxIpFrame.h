@@ -58,7 +58,11 @@ constexpr std::uint8_t kRoutingBusySize = 0x06;
 // Routing lost message: length 04, device state, number of lost messages.
 constexpr std::uint8_t kRoutingLostSize = 0x04;
 
+// The total length is 2 bytes.
+constexpr std::size_t kMaxKnxIpFrame = 0xFFFF;
+
 // Description blocks (DIB: length, type, data) of a search response.
+constexpr std::size_t kDibHeaderSize = 2;
 constexpr std::uint8_t kDibDeviceInfo = 0x01;
 constexpr std::uint8_t kDibServiceFamilies = 0x02;
 // Device info: length, type, medium, status, individual address, project-installation id,
@@ -72,7 +76,10 @@ constexpr std::uint8_t kMediumPl110 = 0x04;
 constexpr std::uint8_t kMediumRf = 0x10;
 constexpr std::uint8_t kMediumIp = 0x20;
 
-// Service families of the families DIB (pairs of family and version).
+// Service families of the families DIB (pairs of family and version); its
+// one-byte length leaves room for 126.
+constexpr std::size_t kServiceFamilyEntrySize = 2;
+constexpr std::size_t kMaxServiceFamilies = (0xFF - kDibHeaderSize) / kServiceFamilyEntrySize;
 constexpr std::uint8_t kFamilyCore = 0x02;
 constexpr std::uint8_t kFamilyDeviceManagement = 0x03;
 constexpr std::uint8_t kFamilyTunnelling = 0x04;
@@ -248,7 +255,7 @@ std::uint16_t KnxIpServiceType(const KnxIpBody& body);
 
 // Header and body, ready to send. Throws std::invalid_argument when a field
 // does not fit its place (a device name over kDeviceNameSize bytes, more than
-// 126 service families, a frame over 65535 bytes).
+// kMaxServiceFamilies, a frame over kMaxKnxIpFrame bytes).
 std::vector<std::uint8_t> EncodeKnxIpFrame(const KnxIpBody& body);
 
 // "search request", "tunnelling ack", ...; "" for an unknown type.

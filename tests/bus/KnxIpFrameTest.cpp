@@ -224,6 +224,13 @@ TEST(BusKnxIpFrame, EncoderRefusesWhatDoesNotFit)
     EXPECT_THROW(EncodeKnxIpFrame(longName), std::invalid_argument);
     longName.device.name.pop_back();
     EXPECT_EQ(EncodeKnxIpFrame(longName).size(), 76u);
+    // The families block's length byte: 2 + 2 * 126 = 254 fits, 127 families do not.
+    SearchResponse many = KnxdLikeResponse();
+    many.families.assign(126, {kFamilyTunnelling, 1});
+    const Bytes bytes = EncodeKnxIpFrame(many);
+    EXPECT_EQ(bytes.at(6 + 8 + 54), 254);
+    many.families.push_back({kFamilyRouting, 1});
+    EXPECT_THROW(EncodeKnxIpFrame(many), std::invalid_argument);
     EXPECT_THROW(EncodeKnxIpFrame(RoutingIndication{Bytes(0xFFFF - 5, 0)}), std::invalid_argument);
     EXPECT_EQ(EncodeKnxIpFrame(RoutingIndication{Bytes(0xFFFF - 6, 0)}).size(), 0xFFFFu);
 }
