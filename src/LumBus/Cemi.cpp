@@ -134,20 +134,13 @@ CemiLData MakeGroupRequest(const GroupTelegram& telegram, std::uint16_t source)
 
 ReceivedTelegram ToReceivedTelegram(const CemiLData& frame)
 {
+    if (frame.IsGroup())
+        return DecodeReceivedTelegram(frame.source, frame.destination, frame.tpdu);
     ReceivedTelegram out;
     out.telegram.source = frame.source;
     out.telegram.destination = frame.destination;
     out.apdu = frame.tpdu;
-    if (!frame.IsGroup())
-    {
-        out.problem = "destination " + FormatIndividualAddress(frame.destination) + " is no group address";
-        return out;
-    }
-    DecodedApdu apdu = DecodeGroupApdu(out.apdu.data(), out.apdu.size());
-    out.problem = std::move(apdu.error);
-    out.telegram.service = apdu.service;
-    out.telegram.data = std::move(apdu.data);
-    out.telegram.shortForm = apdu.shortForm;
+    out.problem = "destination " + FormatIndividualAddress(frame.destination) + " is no group address";
     return out;
 }
 

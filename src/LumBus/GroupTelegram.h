@@ -29,4 +29,10 @@ struct ReceivedTelegram
     std::string problem; // why the APDU is no group read/response/write
 };
 
+// The telegram with `apdu` from `source` to `destination`, as every
+// transport delivers it: service and value when the APDU is a group read,
+// response or write (DecodeGroupApdu), else `problem` says why not.
+ReceivedTelegram DecodeReceivedTelegram(std::uint16_t source, std::uint16_t destination,
+                                        std::vector<std::uint8_t> apdu);
+
 } // namespace LumBus
