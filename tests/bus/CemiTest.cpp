@@ -9,150 +9,96 @@ using Bytes = std::vector<std::uint8_t>;
 
 TEST(BusCemi, DecodesDataMessages)
 {
-    struct Case
+    struct Frame
     {
-        const char* name;
-        Bytes bytes;
         std::uint8_t messageCode;
-        Bytes additionalInfo;
         std::uint16_t source;
         std::uint16_t destination;
-        Bytes tpdu;
         Priority priority;
         unsigned hops;
         bool negative;
-        // What the telegram turns into.
+    };
+    struct Telegram
+    {
         GroupService service;
         Bytes data;
         bool shortForm;
         const char* problem;
+    };
+    struct Case
+    {
+        const char* name;
+        Bytes bytes;
+        // The additional info follows the first 2 bytes; the TPDU follows the 7 bytes after it.
+        std::size_t infoSize;
+        Frame frame;
+        Telegram telegram;
     } const cases[] = {
         {"write 0C 33 to 1/0/1",
          {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x08, 0x01, 0x03, 0x00, 0x80, 0x0C, 0x33},
-         kCemiLDataReq,
-         {},
-         0x0000,
-         0x0801,
-         {0x00, 0x80, 0x0C, 0x33},
-         Priority::Low,
-         6,
-         false,
-         GroupService::Write,
-         {0x0C, 0x33},
-         false,
-         ""},
+         0,
+         {kCemiLDataReq, 0x0000, 0x0801, Priority::Low, 6, false},
+         {GroupService::Write, {0x0C, 0x33}, false, ""}},
         {"switch on from 1.1.5 to 0/0/1",
          {0x29, 0x00, 0xBC, 0xE0, 0x11, 0x05, 0x00, 0x01, 0x01, 0x00, 0x81},
-         kCemiLDataInd,
-         {},
-         0x1105,
-         0x0001,
-         {0x00, 0x81},
-         Priority::Low,
-         6,
-         false,
-         GroupService::Write,
-         {0x01},
-         true,
-         ""},
+         0,
+         {kCemiLDataInd, 0x1105, 0x0001, Priority::Low, 6, false},
+         {GroupService::Write, {0x01}, true, ""}},
         {"read of 3/1/1 with two info items, urgent, 5 hops",
          {0x29, 0x07, 0x03, 0x02, 0x12, 0x34, 0x04, 0x01, 0x55, 0xB8, 0xD0, 0x11, 0x05, 0x19, 0x01, 0x01,
           0x00, 0x00},
-         kCemiLDataInd,
-         {0x03, 0x02, 0x12, 0x34, 0x04, 0x01, 0x55},
-         0x1105,
-         0x1901,
-         {0x00, 0x00},
-         Priority::Urgent,
-         5,
-         false,
-         GroupService::Read,
-         {},
-         false,
-         ""},
+         7,
+         {kCemiLDataInd, 0x1105, 0x1901, Priority::Urgent, 5, false},
+         {GroupService::Read, {}, false, ""}},
         {"confirmed response",
          {0x2E, 0x00, 0xBC, 0xE0, 0x11, 0xFF, 0x08, 0x01, 0x02, 0x00, 0x40, 0x2A},
-         kCemiLDataCon,
-         {},
-         0x11FF,
-         0x0801,
-         {0x00, 0x40, 0x2A},
-         Priority::Low,
-         6,
-         false,
-         GroupService::Response,
-         {0x2A},
-         false,
-         ""},
+         0,
+         {kCemiLDataCon, 0x11FF, 0x0801, Priority::Low, 6, false},
+         {GroupService::Response, {0x2A}, false, ""}},
         {"negative confirmation",
          {0x2E, 0x00, 0xBD, 0xE0, 0x11, 0xFF, 0x08, 0x01, 0x01, 0x00, 0x80},
-         kCemiLDataCon,
-         {},
-         0x11FF,
-         0x0801,
-         {0x00, 0x80},
-         Priority::Low,
-         6,
-         true,
-         GroupService::Write,
-         {0x00},
-         true,
-         ""},
+         0,
+         {kCemiLDataCon, 0x11FF, 0x0801, Priority::Low, 6, true},
+         {GroupService::Write, {0x00}, true, ""}},
         {"to an individual address, system priority",
          {0x29, 0x00, 0xB0, 0x60, 0x11, 0x05, 0x11, 0x06, 0x01, 0x00, 0x81},
-         kCemiLDataInd,
-         {},
-         0x1105,
-         0x1106,
-         {0x00, 0x81},
-         Priority::System,
-         6,
-         false,
-         GroupService::Write,
-         {},
-         false,
-         "destination 1.1.6 is no group address"},
+         0,
+         {kCemiLDataInd, 0x1105, 0x1106, Priority::System, 6, false},
+         {GroupService::Write, {}, false, "destination 1.1.6 is no group address"}},
         {"a connect of the transport layer",
          {0x29, 0x00, 0xB0, 0xE0, 0x11, 0x05, 0x08, 0x01, 0x00, 0x80},
-         kCemiLDataInd,
-         {},
-         0x1105,
-         0x0801,
-         {0x80},
-         Priority::System,
-         6,
-         false,
-         GroupService::Write,
-         {},
-         false,
-         "APDU of 1 byte(s), a group service needs 2"},
+         0,
+         {kCemiLDataInd, 0x1105, 0x0801, Priority::System, 6, false},
+         {GroupService::Write, {}, false, "APDU of 1 byte(s), a group service needs 2"}},
     };
     for (const Case& c : cases)
     {
         SCOPED_TRACE(c.name);
+        const Bytes info(c.bytes.begin() + 2, c.bytes.begin() + 2 + static_cast<long>(c.infoSize));
+        const Bytes tpdu(c.bytes.begin() + 9 + static_cast<long>(c.infoSize), c.bytes.end());
         const CemiDecoded in = DecodeCemi(c.bytes.data(), c.bytes.size());
         ASSERT_EQ(in.error, CemiError::None) << in.detail;
         const CemiLData& f = in.frame;
-        EXPECT_EQ(f.messageCode, c.messageCode);
-        EXPECT_EQ(f.additionalInfo, c.additionalInfo);
-        EXPECT_EQ(f.source, c.source);
-        EXPECT_EQ(f.destination, c.destination);
-        EXPECT_EQ(f.tpdu, c.tpdu);
-        EXPECT_EQ(f.GetPriority(), c.priority);
-        EXPECT_EQ(f.HopCount(), c.hops);
-        EXPECT_EQ(f.IsNegativeConfirmation(), c.negative);
+        EXPECT_EQ(f.messageCode, c.frame.messageCode);
+        EXPECT_EQ(f.additionalInfo, info);
+        EXPECT_EQ(f.source, c.frame.source);
+        EXPECT_EQ(f.destination, c.frame.destination);
+        EXPECT_EQ(f.tpdu, tpdu);
+        EXPECT_EQ(f.GetPriority(), c.frame.priority);
+        EXPECT_EQ(f.HopCount(), c.frame.hops);
+        EXPECT_EQ(f.IsNegativeConfirmation(), c.frame.negative);
         EXPECT_EQ(EncodeCemi(f), c.bytes);
 
         const ReceivedTelegram t = ToReceivedTelegram(f);
-        EXPECT_EQ(t.problem, c.problem);
-        EXPECT_EQ(t.telegram.source, c.source);
-        EXPECT_EQ(t.telegram.destination, c.destination);
-        EXPECT_EQ(t.apdu, c.tpdu);
+        EXPECT_EQ(t.problem, c.telegram.problem);
+        EXPECT_EQ(t.telegram.source, c.frame.source);
+        EXPECT_EQ(t.telegram.destination, c.frame.destination);
+        EXPECT_EQ(t.apdu, tpdu);
         if (t.problem.empty())
         {
-            EXPECT_EQ(t.telegram.service, c.service);
-            EXPECT_EQ(t.telegram.data, c.data);
-            EXPECT_EQ(t.telegram.shortForm, c.shortForm);
+            EXPECT_EQ(t.telegram.service, c.telegram.service);
+            EXPECT_EQ(t.telegram.data, c.telegram.data);
+            EXPECT_EQ(t.telegram.shortForm, c.telegram.shortForm);
         }
     }
 }
