@@ -183,10 +183,13 @@ bool ReadSearchResponse(Reader& in, SearchResponse& out)
     return in.Error().empty();
 }
 
+// Length and connection type.
+constexpr std::size_t kCriHeaderSize = 2;
+
 bool ReadTunnelCri(Reader& in)
 {
     // Length and type first: another connection type has another length.
-    if (!in.Need(2, "connection request information"))
+    if (!in.Need(kCriHeaderSize, "connection request information"))
         return false;
     const std::uint8_t size = in.Byte();
     const std::uint8_t type = in.Byte();
@@ -196,7 +199,7 @@ bool ReadTunnelCri(Reader& in)
                 std::to_string(size) + " is no tunnel");
         return false;
     }
-    if (!in.Need(2, "tunnel layer"))
+    if (!in.Need(kTunnelCriSize - kCriHeaderSize, "tunnel layer"))
         return false;
     const std::uint8_t layer = in.Byte();
     in.Skip(1); // reserved
@@ -208,11 +211,13 @@ bool ReadTunnelCri(Reader& in)
     return true;
 }
 
+// Responses start with channel and status; requests with channel and a reserved byte.
+constexpr std::size_t kChannelAndStatusSize = 2;
+
 // Decodes the body of `service`; false with the reader's error when it does
 // not have the layout.
 bool ReadBody(std::uint16_t service, Reader& in, KnxIpBody& body)
 {
-    std::uint8_t unused = 0;
     switch (service)
     {
     case kServiceSearchRequest:
@@ -240,7 +245,7 @@ bool ReadBody(std::uint16_t service, Reader& in, KnxIpBody& body)
     case kServiceConnectResponse:
     {
         ConnectResponse r;
-        if (!in.Need(2, "channel and status"))
+        if (!in.Need(kChannelAndStatusSize, "channel and status"))
             return false;
         r.channel = in.Byte();
         r.status = in.Byte();
@@ -267,7 +272,7 @@ bool ReadBody(std::uint16_t service, Reader& in, KnxIpBody& body)
     case kServiceConnectionStateRequest:
     case kServiceDisconnectRequest:
     {
-        if (!in.Need(2, "channel"))
+        if (!in.Need(kChannelAndStatusSize, "channel"))
             return false;
         const std::uint8_t channel = in.Byte();
         in.Skip(1); // reserved
@@ -282,7 +287,7 @@ bool ReadBody(std::uint16_t service, Reader& in, KnxIpBody& body)
     case kServiceConnectionStateResponse:
     case kServiceDisconnectResponse:
     {
-        if (!in.Need(2, "channel and status"))
+        if (!in.Need(kChannelAndStatusSize, "channel and status"))
             return false;
         const std::uint8_t channel = in.Byte();
         const std::uint8_t status = in.Byte();
@@ -295,7 +300,8 @@ bool ReadBody(std::uint16_t service, Reader& in, KnxIpBody& body)
     case kServiceTunnellingRequest:
     {
         TunnellingRequest r;
-        if (!ReadConnectionHeader(in, r.channel, r.sequence, unused))
+        std::uint8_t reserved = 0;
+        if (!ReadConnectionHeader(in, r.channel, r.sequence, reserved))
             return false;
         r.cemi = in.Rest();
         body = std::move(r);
