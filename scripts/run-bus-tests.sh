@@ -29,11 +29,11 @@ fi
 command -v knxd >/dev/null && command -v knxtool >/dev/null || { echo "run-bus-tests: knxd or knxtool missing after the install" >&2; exit 1; }
 
 cmake --preset release >/dev/null
-cmake --build --preset release -j2 --target lumknx LumBusAddressTest LumBusUnitTest LumBusToolTest LumBusKnxdTest FuzzKnxdPacket
+cmake --build --preset release -j2 --target lumknx LumBusAddressTest LumBusUnitTest LumBusToolTest LumBusKnxdTest LumBusDiscoverTest FuzzKnxdPacket FuzzKnxIpFrame FuzzCemi
 log="$(mktemp)"
 trap 'rm -f "$log"' EXIT
 status=0
-ctest --preset release -R 'Bus|KnxAddress|FuzzReplay.KnxdPacket' --output-on-failure -V >"$log" 2>&1 || status=$?
+ctest --preset release -R 'Bus|KnxAddress|FuzzReplay.(KnxdPacket|KnxIpFrame|Cemi)' --output-on-failure -V >"$log" 2>&1 || status=$?
 grep -E '^[0-9]+/[0-9]+ Test|tests passed|tests failed|Skipped' "$log" || true
 if [ "$status" -ne 0 ]; then
   grep -E -A40 '\*\*\*Failed|\[  FAILED  \]' "$log" | head -200

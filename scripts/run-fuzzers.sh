@@ -16,7 +16,7 @@ work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 status=0
 summary=""
-for target in FromKnxValue GroupValueToOruValue StringToKnxValue ByteArrayToOruValue LoadAppHostConfigXML LoadConfigurationFile TraceLine KnxdPacket GroupAddressPlan; do
+for target in FromKnxValue GroupValueToOruValue StringToKnxValue ByteArrayToOruValue LoadAppHostConfigXML LoadConfigurationFile TraceLine KnxdPacket KnxIpFrame Cemi GroupAddressPlan; do
   # Failing inputs are kept beside the build, to be replayed with the binary.
   artifacts="build/fuzz/artifacts/$target"
   rm -rf "$artifacts"

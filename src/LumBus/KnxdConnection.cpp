@@ -232,14 +232,7 @@ ReceiveStatus KnxdConnection::Receive(ReceivedTelegram& out, std::optional<Clock
             out.problem = "group packet of " + std::to_string(message->body.size()) + " bytes is too short";
             return ReceiveStatus::Telegram;
         }
-        out.telegram.source = packet->source;
-        out.telegram.destination = packet->destination;
-        out.apdu = packet->apdu;
-        DecodedApdu apdu = DecodeGroupApdu(out.apdu.data(), out.apdu.size());
-        out.problem = std::move(apdu.error);
-        out.telegram.service = apdu.service;
-        out.telegram.data = std::move(apdu.data);
-        out.telegram.shortForm = apdu.shortForm;
+        out = DecodeReceivedTelegram(packet->source, packet->destination, packet->apdu);
         return ReceiveStatus::Telegram;
     }
 }

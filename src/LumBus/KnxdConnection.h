@@ -10,6 +10,7 @@
 //     LumBus::ReceivedTelegram in;
 //     if (bus.Receive(in, deadline) == LumBus::ReceiveStatus::Telegram) ...
 #include "LumBus/Apdu.h"
+#include "LumBus/GroupTelegram.h"
 #include "LumBus/KnxdProtocol.h"
 
 #include <boost/asio/generic/stream_protocol.hpp>
@@ -26,24 +27,6 @@
 
 namespace LumBus
 {
-
-struct GroupTelegram
-{
-    std::uint16_t source = 0; // ignored when sending: the daemon sets it
-    std::uint16_t destination = 0;
-    GroupService service = GroupService::Write;
-    // The value after the APCI; a value of up to 6 bits as one byte. Empty for a read.
-    std::vector<std::uint8_t> data;
-    // Send the one byte of `data` in b1 (values of up to 6 bits only).
-    bool shortForm = false;
-};
-
-struct ReceivedTelegram
-{
-    GroupTelegram telegram; // addresses always; the rest only when `problem` is empty
-    std::vector<std::uint8_t> apdu;
-    std::string problem; // why the APDU is no group read/response/write
-};
 
 // Why a connection cannot go on. what() is one line for the user.
 class BusError : public std::runtime_error

@@ -80,5 +80,6 @@ int RunMonitor(const Arguments& args);
 int RunRead(const Arguments& args);
 int RunWrite(const Arguments& args);
 int RunServe(const Arguments& args);
+int RunDiscover(const Arguments& args);
 
 } // namespace LumKnx

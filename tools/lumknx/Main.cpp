@@ -104,6 +104,18 @@ const std::vector<LumKnx::Command>& Commands()
          "status 1 when a value that did not fit was ignored or --count was not reached.",
          LumKnx::RunServe,
          {{"--values", "FILE"}, {"--map", "FILE"}, {"--dpt", "D"}, {"--count", "N"}, {"--timeout", "MS"}}},
+        {"discover", "discover [--interface IF] [--host HOST[:PORT]] [--timeout MS] [--json]",
+         "Lists the KNXnet/IP interfaces and routers that answer a search request: name, individual\n"
+         "address, IP address and port, medium and services (tunnelling, routing, ...). The request\n"
+         "goes by multicast to 224.0.23.12:3671 from the IPv4 address of interface IF (the one the\n"
+         "route to that group takes when not given), with multicast loopback on, so that a server on\n"
+         "this machine answers too. With --host it goes to HOST alone (port 3671 when not given),\n"
+         "for a device that multicast does not reach. Answers are collected for --timeout ms (3000);\n"
+         "malformed ones are named on standard error and skipped. --json writes one object per\n"
+         "device. Exit status 0 when some device answered, 1 when none did, 2 when IF or HOST cannot\n"
+         "be used.",
+         LumKnx::RunDiscover,
+         {{"--interface", "IF"}, {"--host", "HOST"}, {"--timeout", "MS"}, {"--json", nullptr}}},
     };
     return commands;
 }

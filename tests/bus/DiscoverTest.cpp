@@ -1,0 +1,251 @@
+// lumknx discover against a stand-in device on the loopback interface: the
+// search request it sends, byte for byte, and what it prints of the answers,
+// malformed ones included. Nothing leaves the machine: the request goes to
+// 127.0.0.1 only.
+#include "LiveProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/algorithm/string.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using Bytes = std::vector<std::uint8_t>;
+
+// A UDP socket on 127.0.0.1 with a port of the kernel's choice.
+class StandIn
+{
+public:
+    StandIn()
+    {
+        m_fd = socket(AF_INET, SOCK_DGRAM, 0);
+        sockaddr_in self{};
+        self.sin_family = AF_INET;
+        self.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof self;
+        if (m_fd < 0 || bind(m_fd, reinterpret_cast<sockaddr*>(&self), sizeof self) != 0 ||
+            getsockname(m_fd, reinterpret_cast<sockaddr*>(&self), &size) != 0)
+            throw std::runtime_error(std::string("stand-in socket: ") + std::strerror(errno));
+        m_port = ntohs(self.sin_port);
+    }
+    ~StandIn() { close(m_fd); }
+    StandIn(const StandIn&) = delete;
+    StandIn& operator=(const StandIn&) = delete;
+
+    std::uint16_t Port() const { return m_port; }
+
+    // The next datagram within `timeout`; empty when none came.
+    Bytes Receive(std::chrono::milliseconds timeout)
+    {
+        pollfd p{m_fd, POLLIN, 0};
+        if (poll(&p, 1, static_cast<int>(timeout.count())) != 1)
+            return {};
+        Bytes bytes(2048);
+        socklen_t size = sizeof m_peer;
+        const ssize_t n =
+            recvfrom(m_fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&m_peer), &size);
+        bytes.resize(n > 0 ? static_cast<std::size_t>(n) : 0);
+        return bytes;
+    }
+    std::uint16_t PeerPort() const { return ntohs(m_peer.sin_port); }
+    void Answer(const Bytes& bytes) const
+    {
+        sendto(m_fd, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&m_peer),
+               sizeof m_peer);
+    }
+
+private:
+    int m_fd = -1;
+    std::uint16_t m_port = 0;
+    sockaddr_in m_peer{};
+};
+
+// A search response laid out field by field: control endpoint, device info, families.
+Bytes SearchResponse(const Bytes& endpoint, std::uint8_t medium, std::uint16_t address,
+                     const std::string& name, const Bytes& families)
+{
+    Bytes b = {0x06, 0x10, 0x02, 0x02, 0x00, 0x00, 0x08, 0x01};
+    b.insert(b.end(), endpoint.begin(), endpoint.end());
+    b.insert(b.end(), {0x36, 0x01, medium, 0x00, static_cast<std::uint8_t>(address >> 8),
+                       static_cast<std::uint8_t>(address & 0xFF), 0x00, 0x00});
+    b.insert(b.end(), {0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0xE0, 0x00, 0x17, 0x0C, 0x02, 0x00, 0x00, 0x00,
+                       0x00, 0x01});
+    b.insert(b.end(), name.begin(), name.end());
+    b.insert(b.end(), 30 - name.size(), 0x00);
+    b.push_back(static_cast<std::uint8_t>(2 + families.size()));
+    b.push_back(0x02);
+    b.insert(b.end(), families.begin(), families.end());
+    b[5] = static_cast<std::uint8_t>(b.size());
+    return b;
+}
+
+const Bytes kKnxd = SearchResponse({0x0A, 0x63, 0x00, 0x01, 0x0E, 0x57}, 0x02, 0x0001, "knxd",
+                                   {0x02, 0x01, 0x04, 0x01, 0x05, 0x01});
+// Behind NAT: 0.0.0.0:0, so reached where its answer came from.
+const Bytes kKitchen = SearchResponse({0x00, 0x00, 0x00, 0x00, 0x00, 0x00}, 0x20, 0x11FA,
+                                      "K\xFC"
+                                      "che",
+                                      {0x02, 0x02, 0x03, 0x01, 0x04, 0x02});
+// Total length 16 in a datagram of 14 bytes.
+const Bytes kLying = {0x06, 0x10, 0x02, 0x01, 0x00, 0x10, 0x08, 0x01, 0x0A, 0x63, 0x00, 0x01, 0x0E, 0x57};
+const Bytes kOtherService = {0x06, 0x10, 0x02, 0x01, 0x00, 0x0E, 0x08,
+                             0x01, 0x0A, 0x63, 0x00, 0x01, 0x0E, 0x57};
+
+const char* const kKnxdLine =
+    "knxd                           0.0.1      10.99.0.1:3671        TP1    core, tunnelling, routing\n";
+const char* const kKnxdJson =
+    R"({"name":"knxd","address":"0.0.1","host":"10.99.0.1","port":3671,"medium":"TP1",)"
+    R"("mac":"02:00:00:00:00:01","serial":"000102030405","services":[{"name":"core",)"
+    R"("version":1},{"name":"tunnelling","version":1},{"name":"routing","version":1}]})"
+    "\n";
+
+std::vector<std::string> Lumknx(std::vector<std::string> args)
+{
+    args.insert(args.begin(), LUMKNX_PATH);
+    std::vector<std::string> emulator;
+    boost::algorithm::split(emulator, std::string(LUMKNX_EMULATOR), boost::is_any_of(" "),
+                            boost::token_compress_on);
+    emulator.erase(std::remove(emulator.begin(), emulator.end(), ""), emulator.end());
+    args.insert(args.begin(), emulator.begin(), emulator.end());
+    return args;
+}
+
+std::string Replace(std::string text, const std::string& what, const std::string& with)
+{
+    for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
+        text.replace(at, what.size(), with);
+    return text;
+}
+
+class BusDiscover : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/lumdisc.XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+    }
+    void TearDown() override
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_dir, ignored);
+    }
+    std::string m_dir;
+};
+
+} // namespace
+
+TEST_F(BusDiscover, PrintsWhatAnswersAndNamesWhatIsMalformed)
+{
+    struct Case
+    {
+        const char* name;
+        std::vector<std::string> options;
+        std::vector<Bytes> answers;
+        int status;
+        // PORT stands for the stand-in's port.
+        std::string out;
+        std::string err;
+    } const cases[] = {
+        {"one device",
+         {"--interface", "lo"},
+         {kKnxd},
+         0,
+         kKnxdLine,
+         "lumknx: 1 device(s) answered within 1000 ms\n"},
+        {"one device as JSON",
+         {"--json"},
+         {kKnxd},
+         0,
+         kKnxdJson,
+         "lumknx: 1 device(s) answered within 1000 ms\n"},
+        {"malformed, other service, twice the same",
+         {},
+         {kLying, kKnxd, kOtherService, kKnxd},
+         0,
+         kKnxdLine,
+         "lumknx: ignored a datagram from 127.0.0.1:PORT: truncated: total length 16 but 14 byte(s) "
+         "received\n"
+         "lumknx: ignored a datagram from 127.0.0.1:PORT: search request instead of a search response\n"
+         "lumknx: 1 device(s) answered within 1000 ms, 2 other datagram(s) ignored\n"},
+        {"behind NAT, with a Latin-1 name",
+         {"--json"},
+         {kKitchen, kKnxd},
+         0,
+         R"({"name":"K)"
+         "\xC3\xBC"
+         R"(che","address":"1.1.250","host":"127.0.0.1","port":PORT,"medium":"IP",)"
+         R"("mac":"02:00:00:00:00:01","serial":"000102030405","services":[{"name":"core","version":2},)"
+         R"({"name":"device management","version":1},{"name":"tunnelling","version":2}]})"
+         "\n" +
+             std::string(kKnxdJson),
+         "lumknx: 2 device(s) answered within 1000 ms\n"},
+        {"no answer", {}, {}, 1, "", "lumknx: no device answered within 1000 ms\n"},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        StandIn device;
+        const std::string port = std::to_string(device.Port());
+        // A second leaves room for a loaded machine or an emulator; every case waits it out.
+        std::vector<std::string> args = {"discover", "--host", "127.0.0.1:" + port, "--timeout", "1000"};
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        LiveBus::Child lumknx(Lumknx(args), m_dir + "/out", m_dir + "/err");
+
+        const Bytes request = device.Receive(5000ms);
+        const std::uint16_t from = device.PeerPort();
+        // Header, then the discovery endpoint: UDP, 127.0.0.1, the port it sent from.
+        EXPECT_EQ(request,
+                  (Bytes{0x06, 0x10, 0x02, 0x01, 0x00, 0x0E, 0x08, 0x01, 0x7F, 0x00, 0x00, 0x01,
+                         static_cast<std::uint8_t>(from >> 8), static_cast<std::uint8_t>(from & 0xFF)}));
+        for (const Bytes& answer : c.answers)
+            device.Answer(answer);
+
+        EXPECT_EQ(lumknx.Wait(10000ms), c.status);
+        EXPECT_EQ(LiveBus::ReadFile(m_dir + "/out"), Replace(c.out, "PORT", port));
+        EXPECT_EQ(LiveBus::ReadFile(m_dir + "/err"), Replace(c.err, "PORT", port));
+    }
+}
+
+TEST_F(BusDiscover, RefusesWhatItCannotUseBeforeSendingAnything)
+{
+    struct Case
+    {
+        std::vector<std::string> args;
+        const char* err;
+    } const cases[] = {
+        {{"discover", "--interface", "nosuch0"}, "lumknx: no network interface 'nosuch0'\n"},
+        {{"discover", "--host", "127.0.0.1:0"},
+         "lumknx: --host needs HOST or HOST:PORT with a port of 1 to 65535, not '127.0.0.1:0'\n"},
+        {{"discover", "--host", "127.0.0.1:3671x"},
+         "lumknx: --host needs HOST or HOST:PORT with a port of 1 to 65535, not '127.0.0.1:3671x'\n"},
+        {{"discover", "--host", ":3671"}, "lumknx: --host needs HOST or HOST:PORT, not ':3671'\n"},
+        {{"discover", "--timeout", "0"}, "lumknx: --timeout takes a number of 1..3600000, not '0'\n"},
+        {{"discover", "10.99.0.1"}, "lumknx: discover takes no arguments, only options\n"},
+        {{"discover", "--port", "1"}, "lumknx: unknown option '--port'\n"},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.args[1]);
+        const LiveBus::RunResult r = LiveBus::Run(Lumknx(c.args), m_dir);
+        EXPECT_EQ(r.status, 2);
+        EXPECT_EQ(r.err, c.err);
+        EXPECT_EQ(r.out, "");
+    }
+}
