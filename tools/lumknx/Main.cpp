@@ -104,7 +104,8 @@ const std::vector<LumKnx::Command>& Commands()
          "status 1 when a value that did not fit was ignored or --count was not reached.",
          LumKnx::RunServe,
          {{"--values", "FILE"}, {"--map", "FILE"}, {"--dpt", "D"}, {"--count", "N"}, {"--timeout", "MS"}}},
-        {"discover", "discover [--interface IF] [--host HOST[:PORT]] [--timeout MS] [--json]",
+        {"discover",
+         "discover [--interface IF] [--host HOST[:PORT]] [--timeout MS] [--json]",
          "Lists the KNXnet/IP interfaces and routers that answer a search request: name, individual\n"
          "address, IP address and port, medium and services (tunnelling, routing, ...). The request\n"
          "goes by multicast to 224.0.23.12:3671 from the IPv4 address of interface IF (the one the\n"
