@@ -37,6 +37,11 @@ ip route add 224.0.0.0/4 dev v0
 # An interface that is up but has no IPv4 address.
 ip link add v2 type veth peer name v3
 ip link set v2 up
+# One whose address a routing case takes away while it is in use.
+ip link add v4 type veth peer name v5
+ip addr add 10.99.1.1/24 dev v4
+ip link set v4 up
+ip link set v5 up
 # The first packets after the links come up can be lost.
 sleep 1
 
@@ -134,6 +139,8 @@ routing_cases=(
   "bad cEMI, lost messages|ipr:v0 receive:2000:1|\$routing ipr:v0 inject:$ind_req inject:$lost_258 inject:$ind_34|0|write from 1\.1\.250 to 1/2/3: 0C 34|$(c 0 1 0 0 1 258 0 1 0 0 | sed 's/last=\.\*$//')last=10\.99\.0\.1:[0-9]+ lost 258 message\(s\)|-||0"
   "a routing busy holds the next write back|ipr:v0 receive:2000:1 write:1/2/9:01|\$routing ipr:v0 inject:$busy_600 inject:$ind_34|0|write from 1\.1\.250 to 1/2/3: 0C 34|$(c 1 1 0 1 0 0 0 0 0 0 | sed 's/last=\.\*$//')last=10\.99\.0\.1:[0-9]+ is busy: wait 600 ms|-||850"
   "51 writes take a second, echoes seen while waiting|ipr:v0 write:1/2/10:01:51||0||$(c 51 0 50 0 0 0 0 0 0 0)|-||1000"
+  "a full inbox drops what comes while sending waits|ipr:v0 --inbox 2 write:1/2/10:01:51 receive:300|\$routing ipr:v0 --source 1.1.9 write:1/2/11:01:5|0|write from 1\.1\.9 to 1/2/11: 01;write from 1\.1\.9 to 1/2/11: 01|$(c 51 2 51 0 0 0 0 0 0 3 | sed 's/last=\.\*$//')last=a telegram from 10\.99\.0\.1:[0-9]+ dropped: 2 wait to be received|-||1000"
+  "the interface loses its address|ipr:v4 write:1/2/3:01 receive:600 write:1/2/3:02|ip addr flush dev v4|1||knxip-routing-live: connection lost: sending to 224\.0\.23\.12:3671 from 10\.99\.1\.1:[0-9]+: .+|-||0"
   "an interface without IPv4|ipr:v2 write:1/2/3:01||1||knxip-routing-live: network interface 'v2' has no IPv4 address|||0"
   "an interface that does not exist|ipr:v9 write:1/2/3:01||1||knxip-routing-live: no network interface 'v9'|||0"
   "a unicast address as the group|ipr:v0@10.99.0.1 write:1/2/3:01||1||knxip-routing-live: 'ipr:v0@10\.99\.0\.1' is no KNXnet/IP routing address \(10\.99\.0\.1 is no multicast group \(224\.0\.0\.0 to 239\.255\.255\.255\); use ipr:INTERFACE or ipr:INTERFACE@GROUP\[:PORT\]\)|||0"
@@ -175,6 +182,7 @@ for c in "${routing_cases[@]}"; do
   [ "$took" -ge "$min_ms" ] || ok=0
   if [ "$ok" -eq 1 ]; then
     echo "ok      routing: $name (${took} ms)"
+    [ -z "${KNXIP_VERBOSE:-}" ] || sed "s/^/        err: /" "$dir/err"
   else
     routing_failed=$((routing_failed + 1))
     echo "FAILED  routing: $name: knxip-routing-live $args exited $status (expected $want_status) after $took ms (at least $min_ms)"

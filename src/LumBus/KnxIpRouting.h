@@ -138,7 +138,7 @@ public:
     // BusError(Lost) when the socket fails.
     void Send(const GroupTelegram& telegram) override;
     // Sends a datagram as it stands to the group, for tests of how peers take
-    // malformed frames; no flow control. Throws BusError(Lost).
+    // malformed frames; no flow control, not counted. Throws BusError(Lost).
     void SendRaw(const std::vector<std::uint8_t>& datagram);
     ReceiveStatus Receive(ReceivedTelegram& out,
                           std::optional<std::chrono::steady_clock::time_point> deadline) override;

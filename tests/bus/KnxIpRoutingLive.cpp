@@ -2,7 +2,7 @@
 // that runs it against knxd inside a private network namespace (never under
 // ctest: it sends multicast). Actions run in order:
 //
-//     knxip-routing-live URL [--source A.L.D] ACTION...
+//     knxip-routing-live URL [--source A.L.D] [--inbox N] ACTION...
 //       write:GA:HEX[:N]   N group writes of the bytes HEX (one byte < 40 in the short form if HEX is "s" + 2
 //       digits) read:GA            a group read inject:HEX         one datagram as it stands receive:MS[:MAX]
 //       prints what arrives for MS ms (at most MAX telegrams)
@@ -112,13 +112,20 @@ int main(int argc, char** argv)
             throw Usage{"URL and at least one action needed"};
         LumBus::KnxIpRoutingOptions options;
         int next = 2;
-        if (std::string(argv[next]) == "--source" && argc > next + 2)
+        for (; next + 2 < argc && argv[next][0] == '-'; next += 2)
         {
-            const auto source = LumBus::ParseIndividualAddress(argv[next + 1]);
-            if (!source)
-                throw Usage{std::string("'") + argv[next + 1] + "' is no individual address"};
-            options.source = *source;
-            next += 2;
+            const std::string option = argv[next];
+            if (option == "--source")
+            {
+                const auto source = LumBus::ParseIndividualAddress(argv[next + 1]);
+                if (!source)
+                    throw Usage{std::string("'") + argv[next + 1] + "' is no individual address"};
+                options.source = *source;
+            }
+            else if (option == "--inbox")
+                options.inboxLimit = Number(argv[next + 1]);
+            else
+                throw Usage{"unknown option '" + option + "'"};
         }
         boost::asio::io_context io;
         LumBus::KnxIpRouting bus(io, argv[1], options);
@@ -161,10 +168,10 @@ int main(int argc, char** argv)
     }
     catch (const Usage& u)
     {
-        std::cerr
-            << "knxip-routing-live: " << u.why
-            << "\nusage: knxip-routing-live URL [--source A.L.D] write:GA:HEX[:N] | read:GA | inject:HEX | "
-               "receive:MS[:MAX] ...\n";
+        std::cerr << "knxip-routing-live: " << u.why
+                  << "\nusage: knxip-routing-live URL [--source A.L.D] [--inbox N] write:GA:HEX[:N] | "
+                     "read:GA | inject:HEX | "
+                     "receive:MS[:MAX] ...\n";
         return 2;
     }
     catch (const LumBus::BusError& e)
