@@ -140,6 +140,7 @@ routing_cases=(
   "a routing busy holds the next write back|ipr:v0 receive:2000:1 write:1/2/9:01|\$routing ipr:v0 inject:$busy_600 inject:$ind_34|0|write from 1\.1\.250 to 1/2/3: 0C 34|$(c 1 1 0 1 0 0 0 0 0 0 | sed 's/last=\.\*$//')last=10\.99\.0\.1:[0-9]+ is busy: wait 600 ms|-||850"
   "51 writes take a second, echoes seen while waiting|ipr:v0 write:1/2/10:01:51||0||$(c 51 0 50 0 0 0 0 0 0 0)|-||1000"
   "a full inbox drops what comes while sending waits|ipr:v0 --inbox 2 write:1/2/10:01:51 receive:300|\$routing ipr:v0 --source 1.1.9 write:1/2/11:01:5|0|write from 1\.1\.9 to 1/2/11: 01;write from 1\.1\.9 to 1/2/11: 01|$(c 51 2 51 0 0 0 0 0 0 3 | sed 's/last=\.\*$//')last=a telegram from 10\.99\.0\.1:[0-9]+ dropped: 2 wait to be received|-||1000"
+  "reopened on the same io_context|ipr:v0 receive:100 reopen receive:2000:1|\$routing ipr:v0 --source 1.1.9 write:1/2/12:03|0|write from 1\.1\.9 to 1/2/12: 03|$(c 0 1 0 0 0 0 0 0 0 0)|-||0"
   "the interface loses its address|ipr:v4 write:1/2/3:01 receive:600 write:1/2/3:02|ip addr flush dev v4|1||knxip-routing-live: connection lost: sending to 224\.0\.23\.12:3671 from 10\.99\.1\.1:[0-9]+: .+|-||0"
   "an interface without IPv4|ipr:v2 write:1/2/3:01||1||knxip-routing-live: network interface 'v2' has no IPv4 address|||0"
   "an interface that does not exist|ipr:v9 write:1/2/3:01||1||knxip-routing-live: no network interface 'v9'|||0"

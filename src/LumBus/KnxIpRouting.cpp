@@ -271,16 +271,20 @@ void KnxIpRouting::StartReceive()
     if (m_receiving || !m_receiveError.empty())
         return;
     m_receiving = true;
-    m_receiver.async_receive_from(boost::asio::buffer(m_buffer), m_from,
-                                  [this](const boost::system::error_code& ec, std::size_t size)
-                                  {
-                                      m_receiving = false;
-                                      if (ec)
-                                          m_receiveError =
-                                              "receiving from " + Endpoint(m_group) + ": " + ec.message();
-                                      else
-                                          Handle(size);
-                                  });
+    // Closing the socket in the destructor completes this later, on the
+    // caller's io_context, maybe when a new connection lives at our address.
+    m_receiver.async_receive_from(
+        boost::asio::buffer(m_buffer), m_from,
+        [this, alive = std::weak_ptr<char>(m_alive)](const boost::system::error_code& ec, std::size_t size)
+        {
+            if (alive.expired())
+                return;
+            m_receiving = false;
+            if (ec)
+                m_receiveError = "receiving from " + Endpoint(m_group) + ": " + ec.message();
+            else
+                Handle(size);
+        });
 }
 
 void KnxIpRouting::RunOnce(std::optional<Clock::time_point> until)

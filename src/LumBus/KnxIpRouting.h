@@ -19,6 +19,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <random>
 #include <string>
@@ -172,6 +173,7 @@ private:
     RoutingPacer m_pacer;
     std::minstd_rand m_random;
     KnxIpRoutingCounters m_counters;
+    std::shared_ptr<char> m_alive = std::make_shared<char>(); // outlived by pending handlers
 };
 
 } // namespace LumBus

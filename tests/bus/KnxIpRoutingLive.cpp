@@ -16,7 +16,11 @@
 #include <charconv>
 #include <cstdio>
 #include <iostream>
+#include <optional>
 #include <sstream>
+
+// GCC 12 takes the strings inside the std::optional below for uninitialised.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 
 namespace
 {
@@ -128,7 +132,9 @@ int main(int argc, char** argv)
                 throw Usage{"unknown option '" + option + "'"};
         }
         boost::asio::io_context io;
-        LumBus::KnxIpRouting bus(io, argv[1], options);
+        // Reopened in place: a handler of the old one that outlived it would act on the new one.
+        std::optional<LumBus::KnxIpRouting> bus;
+        bus.emplace(io, argv[1], options);
         for (; next < argc; ++next)
         {
             const std::vector<std::string> a = Split(argv[next]);
@@ -144,12 +150,12 @@ int main(int argc, char** argv)
                     t.data = Hex(a[2]);
                 const unsigned long count = a.size() == 4 ? Number(a[3]) : 1;
                 for (unsigned long i = 0; i < count; ++i)
-                    bus.Send(t);
+                    bus->Send(t);
             }
             else if (a.size() == 2 && a[0] == "read")
-                bus.Send({0, Group(a[1]), LumBus::GroupService::Read, {}, false});
+                bus->Send({0, Group(a[1]), LumBus::GroupService::Read, {}, false});
             else if (a.size() == 2 && a[0] == "inject")
-                bus.SendRaw(Hex(a[1]));
+                bus->SendRaw(Hex(a[1]));
             else if (a.size() >= 2 && a.size() <= 3 && a[0] == "receive")
             {
                 const auto deadline =
@@ -157,13 +163,19 @@ int main(int argc, char** argv)
                 const unsigned long max = a.size() == 3 ? Number(a[2]) : ~0UL;
                 LumBus::ReceivedTelegram in;
                 for (unsigned long n = 0;
-                     n < max && bus.Receive(in, deadline) == LumBus::ReceiveStatus::Telegram; ++n)
+                     n < max && bus->Receive(in, deadline) == LumBus::ReceiveStatus::Telegram; ++n)
                     Print(in);
+            }
+            else if (a.size() == 1 && a[0] == "reopen")
+            {
+                PrintCounters(bus->Counters());
+                bus.reset();
+                bus.emplace(io, argv[1], options);
             }
             else
                 throw Usage{std::string("unknown action '") + argv[next] + "'"};
         }
-        PrintCounters(bus.Counters());
+        PrintCounters(bus->Counters());
         return 0;
     }
     catch (const Usage& u)
@@ -171,7 +183,7 @@ int main(int argc, char** argv)
         std::cerr << "knxip-routing-live: " << u.why
                   << "\nusage: knxip-routing-live URL [--source A.L.D] [--inbox N] write:GA:HEX[:N] | "
                      "read:GA | inject:HEX | "
-                     "receive:MS[:MAX] ...\n";
+                     "receive:MS[:MAX] | reopen ...\n";
         return 2;
     }
     catch (const LumBus::BusError& e)
