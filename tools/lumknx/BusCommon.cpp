@@ -55,7 +55,7 @@ BusSession::BusSession(const std::string& url) : m_signals(m_io, SIGINT, SIGTERM
     std::signal(SIGPIPE, SIG_IGN);
     try
     {
-        m_connection.emplace(m_io, url);
+        m_connection = LumBus::OpenGroupConnection(m_io, url);
     }
     catch (const LumBus::BusError& e)
     {

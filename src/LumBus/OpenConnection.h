@@ -1,0 +1,19 @@
+#pragma once
+// One entry for every transport: the URL's form picks the connection.
+#include "LumBus/KnxdConnection.h"
+
+#include <boost/asio/io_context.hpp>
+
+#include <memory>
+#include <string>
+
+namespace LumBus
+{
+
+// "local:/path" and "ip:host[:port]": knxd's client socket; "ipt:host[:port]"
+// and "iptn:host[:port]": a KNXnet/IP tunnel (NAT mode). Throws BusError as
+// the connection's constructor does; any other form is knxd's BadUrl.
+std::unique_ptr<GroupConnection> OpenGroupConnection(boost::asio::io_context& io, const std::string& url,
+                                                     bool reconnect = true);
+
+} // namespace LumBus
