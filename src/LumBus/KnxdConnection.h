@@ -34,9 +34,9 @@ class BusError : public std::runtime_error
 public:
     enum class Kind
     {
-        BadUrl,   // the address of the daemon is malformed
-        NoDaemon, // nothing answers there
-        Refused,  // the daemon answered with an error
+        BadUrl,      // the address of the daemon is malformed
+        NoDaemon,    // nothing answers there
+        Refused,     // the daemon answered with an error
         Lost,        // the connection broke while in use ("connection lost: ...")
         NotConfirmed // the bus did not take a telegram (a negative confirmation, or none)
     };

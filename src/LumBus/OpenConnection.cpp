@@ -1,15 +1,13 @@
 #include "OpenConnection.h"
 
-#include "LumBus/KnxIpTunnel.h"
-
 namespace LumBus
 {
 
 std::unique_ptr<GroupConnection> OpenGroupConnection(boost::asio::io_context& io, const std::string& url,
-                                                     bool reconnect)
+                                                     const ConnectionOptions& options)
 {
     if (IsKnxIpTunnelUrl(url))
-        return std::make_unique<KnxIpTunnel>(io, url, reconnect);
+        return std::make_unique<KnxIpTunnel>(io, url, options.reconnect, options.tunnelTimes);
     return std::make_unique<KnxdConnection>(io, url);
 }
 

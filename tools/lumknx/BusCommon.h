@@ -55,11 +55,14 @@ private:
 class BusSession
 {
 public:
-    explicit BusSession(const std::string& url);
+    // Reads --no-reconnect from `options` when given.
+    explicit BusSession(const std::string& url, const Arguments* options = nullptr);
     LumBus::GroupConnection& Connection() { return *m_connection; }
     boost::asio::io_context& Io() { return m_io; }
     // The signal that stopped the session, 0 when none did.
     int StopSignal() const { return m_signal; }
+    // "lumknx: bus: ..." on standard error when something came in unusable.
+    void ReportAnomalies();
 
 private:
     boost::asio::io_context m_io;
