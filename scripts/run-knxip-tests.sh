@@ -17,7 +17,7 @@ if [ "${KNXIP_INSIDE:-}" != 1 ]; then
     echo "run-knxip-tests: skipped: a private network namespace is not permitted here (needs root: unshare -n)"
     exit 0
   fi
-  KNXIP_INSIDE=1 exec timeout 120 unshare -n -- bash "$0" "$lumknx"
+  KNXIP_INSIDE=1 exec timeout 300 unshare -n -- bash "$0" "$lumknx"
 fi
 
 # From here on inside the namespace.
@@ -45,13 +45,23 @@ cleanup() {
 }
 trap cleanup EXIT
 
-knxd -e 0.0.1 -E 0.0.2:32 -u "$dir/sock" -T -R -D -I v0 -S -b dummy: >"$dir/knxd.log" 2>&1 &
-knxd_pid=$!
-for _ in $(seq 50); do
-  [ -S "$dir/sock" ] && break
-  sleep 0.1
-done
-[ -S "$dir/sock" ] || { echo "run-knxip-tests: knxd did not start:" >&2; cat "$dir/knxd.log" >&2; exit 1; }
+# knxd's KNXnet/IP server (tunnelling, routing, discovery) on v0, and its client socket.
+start_knxd() {
+  rm -f "$dir/sock"
+  knxd -e 0.0.1 -E 0.0.2:32 -u "$dir/sock" -T -R -D -I v0 -S -b dummy: >>"$dir/knxd.log" 2>&1 &
+  knxd_pid=$!
+  for _ in $(seq 50); do
+    [ -S "$dir/sock" ] && break
+    sleep 0.1
+  done
+  [ -S "$dir/sock" ] || { echo "run-knxip-tests: knxd did not start:" >&2; cat "$dir/knxd.log" >&2; exit 1; }
+}
+stop_knxd() {
+  kill "$knxd_pid" 2>/dev/null || true
+  wait "$knxd_pid" 2>/dev/null || true
+  knxd_pid=""
+}
+start_knxd
 
 # name | lumknx arguments | exit status | the one line of standard output, "" for none |
 # the last line of standard error (both extended regexes, anchored)
@@ -93,10 +103,15 @@ for c in "${cases[@]}"; do
   fi
 done
 
+# The tunnel: bytes, monitor, read, serve, a restarted server.
+# shellcheck source=scripts/knxip-tunnel-cases.sh
+. "$(dirname "$0")/knxip-tunnel-cases.sh"
+
 if ! kill -0 "$knxd_pid" 2>/dev/null; then
   echo "run-knxip-tests: knxd ended during the tests:" >&2
   cat "$dir/knxd.log" >&2
   exit 1
 fi
-echo "run-knxip-tests: $((${#cases[@]} - failed)) of ${#cases[@]} cases passed"
+total=$((${#cases[@]} + tunnel_cases))
+echo "run-knxip-tests: $((total - failed)) of $total cases passed"
 [ "$failed" -eq 0 ]
