@@ -23,7 +23,7 @@ if [ "${KNXIP_INSIDE:-}" != 1 ]; then
     echo "run-knxip-tests: skipped: a private network namespace is not permitted here (needs root: unshare -n)"
     exit 0
   fi
-  KNXIP_INSIDE=1 exec timeout 180 unshare -n -- bash "$0" "$lumknx" "$routing"
+  KNXIP_INSIDE=1 exec timeout 300 unshare -n -- bash "$0" "$lumknx" "$routing"
 fi
 
 # From here on inside the namespace.
@@ -57,15 +57,25 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# -t1 traces the server's datagrams ("Recv(019): 06 10 ..."): what routing
-# clients sent, byte for byte.
-knxd -e 0.0.1 -E 0.0.2:32 -u "$dir/sock" -T -R -D -I v0 -t1 -S -b dummy: >"$dir/knxd.log" 2>&1 &
-knxd_pid=$!
-for _ in $(seq 50); do
-  [ -S "$dir/sock" ] && break
-  sleep 0.1
-done
-[ -S "$dir/sock" ] || { echo "run-knxip-tests: knxd did not start:" >&2; cat "$dir/knxd.log" >&2; exit 1; }
+# knxd's KNXnet/IP server (tunnelling, routing, discovery) on v0, and its
+# client socket. -t1 traces the server's datagrams ("Recv(019): 06 10 ..."):
+# what routing clients sent, byte for byte.
+start_knxd() {
+  rm -f "$dir/sock"
+  knxd -e 0.0.1 -E 0.0.2:32 -u "$dir/sock" -T -R -D -I v0 -t1 -S -b dummy: >>"$dir/knxd.log" 2>&1 &
+  knxd_pid=$!
+  for _ in $(seq 50); do
+    [ -S "$dir/sock" ] && break
+    sleep 0.1
+  done
+  [ -S "$dir/sock" ] || { echo "run-knxip-tests: knxd did not start:" >&2; cat "$dir/knxd.log" >&2; exit 1; }
+}
+stop_knxd() {
+  kill "$knxd_pid" 2>/dev/null || true
+  wait "$knxd_pid" 2>/dev/null || true
+  knxd_pid=""
+}
+start_knxd
 
 # name | lumknx arguments | exit status | the one line of standard output, "" for none |
 # the last line of standard error (both extended regexes, anchored)
@@ -107,6 +117,10 @@ for c in "${cases[@]}"; do
   fi
 done
 
+# The tunnel: bytes, monitor, read, serve, a restarted server.
+# shellcheck source=scripts/knxip-tunnel-cases.sh
+. "$(dirname "$0")/knxip-tunnel-cases.sh"
+
 # The routing connection. knxd's group socket shows what reached knxd.
 stdbuf -oL knxtool groupsocketlisten "local:$dir/sock" >"$dir/listen" 2>&1 &
 listen_pid=$!
@@ -147,7 +161,6 @@ routing_cases=(
   "a unicast address as the group|ipr:v0@10.99.0.1 write:1/2/3:01||1||knxip-routing-live: 'ipr:v0@10\.99\.0\.1' is no KNXnet/IP routing address \(10\.99\.0\.1 is no multicast group \(224\.0\.0\.0 to 239\.255\.255\.255\); use ipr:INTERFACE or ipr:INTERFACE@GROUP\[:PORT\]\)|||0"
 )
 
-routing_failed=0
 for c in "${routing_cases[@]}"; do
   IFS='|' read -r name args meanwhile want_status want_out want_err want_knxd want_hex min_ms <<<"$c"
   listen_before=$(wc -l <"$dir/listen")
@@ -185,7 +198,7 @@ for c in "${routing_cases[@]}"; do
     echo "ok      routing: $name (${took} ms)"
     [ -z "${KNXIP_VERBOSE:-}" ] || sed "s/^/        err: /" "$dir/err"
   else
-    routing_failed=$((routing_failed + 1))
+    failed=$((failed + 1))
     echo "FAILED  routing: $name: knxip-routing-live $args exited $status (expected $want_status) after $took ms (at least $min_ms)"
     sed 's/^/        out: /' "$dir/out"
     sed 's/^/        err: /' "$dir/err"
@@ -200,6 +213,6 @@ if ! kill -0 "$knxd_pid" 2>/dev/null; then
   cat "$dir/knxd.log" >&2
   exit 1
 fi
-total=$((${#cases[@]} + ${#routing_cases[@]}))
-echo "run-knxip-tests: $((total - failed - routing_failed)) of $total cases passed"
-[ "$failed" -eq 0 ] && [ "$routing_failed" -eq 0 ]
+total=$((${#cases[@]} + tunnel_cases + ${#routing_cases[@]}))
+echo "run-knxip-tests: $((total - failed)) of $total cases passed"
+[ "$failed" -eq 0 ]

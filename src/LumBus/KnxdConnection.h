@@ -34,10 +34,11 @@ class BusError : public std::runtime_error
 public:
     enum class Kind
     {
-        BadUrl,   // the address of the daemon is malformed
-        NoDaemon, // nothing answers there
-        Refused,  // the daemon answered with an error
-        Lost      // the connection broke while in use ("connection lost: ...")
+        BadUrl,      // the address of the daemon is malformed
+        NoDaemon,    // nothing answers there
+        Refused,     // the daemon answered with an error
+        Lost,        // the connection broke while in use ("connection lost: ...")
+        NotConfirmed // the bus did not take a telegram (a negative confirmation, or none)
     };
     BusError(Kind kind, const std::string& what) : std::runtime_error(what), m_kind(kind) {}
     Kind GetKind() const { return m_kind; }
@@ -83,6 +84,8 @@ public:
     // Makes the current or next Receive return Stopped; for handlers (signals)
     // that run on the same io_context.
     virtual void Stop() = 0;
+    // What came in that could not be used, counted, on one line; "" when nothing.
+    virtual std::string Anomalies() const { return {}; }
 };
 
 class KnxdConnection final : public GroupConnection

@@ -1,7 +1,10 @@
 #include "BusCommon.h"
 
+#include <algorithm>
 #include <charconv>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <iostream>
 
@@ -49,13 +52,27 @@ std::string DptSource::NameOf(std::uint16_t address) const
     return entry != nullptr ? entry->name : "";
 }
 
-BusSession::BusSession(const std::string& url) : m_signals(m_io, SIGINT, SIGTERM)
+BusSession::BusSession(const std::string& url, const Arguments* options) : m_signals(m_io, SIGINT, SIGTERM)
 {
     // A daemon that goes away must be an error to report, not a silent death.
     std::signal(SIGPIPE, SIG_IGN);
     try
     {
-        m_connection.emplace(m_io, url);
+        LumBus::ConnectionOptions how;
+        how.reconnect = options == nullptr || !options->Has("--no-reconnect");
+        // Tests of a restarted server cannot wait a minute for the heartbeat.
+        if (const char* heartbeat = std::getenv("LUMKNX_KNXIP_HEARTBEAT_MS"))
+        {
+            unsigned long ms = 0;
+            const auto [end, ec] = std::from_chars(heartbeat, heartbeat + std::strlen(heartbeat), ms);
+            if (ec == std::errc() && *end == '\0' && ms >= 100 && ms <= 60000)
+            {
+                how.tunnelTimes.heartbeat = std::chrono::milliseconds(ms);
+                how.tunnelTimes.heartbeatAnswer =
+                    std::min(how.tunnelTimes.heartbeatAnswer, how.tunnelTimes.heartbeat);
+            }
+        }
+        m_connection = LumBus::OpenGroupConnection(m_io, url, how);
     }
     catch (const LumBus::BusError& e)
     {
@@ -71,6 +88,13 @@ BusSession::BusSession(const std::string& url) : m_signals(m_io, SIGINT, SIGTERM
             m_signal = signal;
             m_connection->Stop();
         });
+}
+
+void BusSession::ReportAnomalies()
+{
+    const std::string anomalies = m_connection->Anomalies();
+    if (!anomalies.empty())
+        std::cerr << "lumknx: bus: " << anomalies << '\n';
 }
 
 std::string UtcTimestamp(std::chrono::system_clock::time_point when)

@@ -4,7 +4,7 @@
 #include "Cli.h"
 #include "GroupAddressPlan.h"
 
-#include "LumBus/KnxdConnection.h"
+#include "LumBus/OpenConnection.h"
 
 #include <Platform/KnxStack.h>
 
@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -54,16 +55,19 @@ private:
 class BusSession
 {
 public:
-    explicit BusSession(const std::string& url);
-    LumBus::KnxdConnection& Connection() { return *m_connection; }
+    // Reads --no-reconnect from `options` when given.
+    explicit BusSession(const std::string& url, const Arguments* options = nullptr);
+    LumBus::GroupConnection& Connection() { return *m_connection; }
     boost::asio::io_context& Io() { return m_io; }
     // The signal that stopped the session, 0 when none did.
     int StopSignal() const { return m_signal; }
+    // "lumknx: bus: ..." on standard error when something came in unusable.
+    void ReportAnomalies();
 
 private:
     boost::asio::io_context m_io;
     boost::asio::signal_set m_signals;
-    std::optional<LumBus::KnxdConnection> m_connection;
+    std::unique_ptr<LumBus::GroupConnection> m_connection;
     int m_signal = 0;
 };
 

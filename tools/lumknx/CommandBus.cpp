@@ -63,7 +63,10 @@ int RunRead(const Arguments& options)
     }
     catch (const LumBus::BusError& e)
     {
-        throw InputError(e.what());
+        if (e.GetKind() != LumBus::BusError::Kind::NotConfirmed)
+            throw InputError(e.what());
+        std::cerr << "lumknx: " << e.what() << '\n';
+        return 1;
     }
 
     const auto bytes = ToBytes(in.telegram.data);
@@ -123,7 +126,10 @@ int RunWrite(const Arguments& options)
     }
     catch (const LumBus::BusError& e)
     {
-        throw InputError(e.what());
+        if (e.GetKind() != LumBus::BusError::Kind::NotConfirmed)
+            throw InputError(e.what());
+        std::cerr << "lumknx: " << e.what() << '\n';
+        return 1;
     }
     return 0;
 }

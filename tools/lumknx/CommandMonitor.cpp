@@ -112,7 +112,7 @@ int RunMonitor(const Arguments& options)
     Lum::KnxValueConverter converter;
     converter.Init();
     LibraryMessages messages;
-    BusSession session(options.positional[0]);
+    BusSession session(options.positional[0], &options);
     std::cerr << "lumknx: monitoring " << options.positional[0] << '\n';
 
     Output out;
@@ -224,6 +224,7 @@ int RunMonitor(const Arguments& options)
               << ", raw: " << totals.raw << ", failed: " << totals.failed << '\n';
     std::fprintf(stderr, "telegrams per second: %.0f\n",
                  elapsed.count() > 0 ? static_cast<double>(totals.telegrams) / elapsed.count() : 0.0);
+    session.ReportAnomalies();
     if (!lost.empty())
     {
         std::cerr << "lumknx: " << lost << '\n';

@@ -143,7 +143,7 @@ int RunServe(const Arguments& options)
     ServedValues values = LoadValues(options.values.at("--values"), dpts, converter);
     LibraryMessages messages;
 
-    BusSession session(options.positional[0]);
+    BusSession session(options.positional[0], &options);
     std::cerr << "lumknx: serving " << values.size() << " group address(es) on " << options.positional[0]
               << '\n';
     std::optional<Clock::time_point> deadline;
@@ -175,8 +175,20 @@ int RunServe(const Arguments& options)
             }
             if (in.telegram.service == LumBus::GroupService::Read)
             {
-                session.Connection().Send({0, in.telegram.destination, LumBus::GroupService::Response,
-                                           served.data, served.shortForm});
+                try
+                {
+                    session.Connection().Send({0, in.telegram.destination, LumBus::GroupService::Response,
+                                               served.data, served.shortForm});
+                }
+                catch (const LumBus::BusError& e)
+                {
+                    if (e.GetKind() != LumBus::BusError::Kind::NotConfirmed)
+                        throw;
+                    ++ignored;
+                    std::cout << "read from " << from << " to " << to
+                              << ": answer not confirmed: " << e.what() << std::endl;
+                    continue;
+                }
                 ++answered;
                 std::cout << "read from " << from << " to " << to << ": answered "
                           << FormatHex(ToBytes(served.data)) << std::endl;
@@ -207,6 +219,7 @@ int RunServe(const Arguments& options)
     }
     std::cerr << "reads answered: " << answered << ", values updated: " << updated << ", ignored: " << ignored
               << '\n';
+    session.ReportAnomalies();
     if (!lost.empty())
     {
         std::cerr << "lumknx: " << lost << '\n';

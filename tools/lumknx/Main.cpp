@@ -69,41 +69,54 @@ const std::vector<LumKnx::Command>& Commands()
          LumKnx::RunConfig,
          {}},
         {"monitor",
-         "monitor URL [--map FILE] [--dpt D] [--csv | --json] [--count N] [--timeout MS]",
-         "Prints every group telegram that knxd passes on (URL: local:/path/to/socket or ip:host[:port]):\n"
-         "time (UTC), source, destination, service, DPT, value with unit, bytes. The DPT comes from the\n"
+         "monitor URL [--map FILE] [--dpt D] [--csv | --json] [--count N] [--timeout MS] [--no-reconnect]",
+         "Prints every group telegram on the bus at URL (knxd or a KNXnet/IP tunnel; see 'bus URLs' in\n"
+         "'lumknx --help'): time (UTC), source, destination, service, DPT, value with unit, bytes. The DPT "
+         "comes from the\n"
          "plan (--map), else from --dpt; without one the bytes stay raw. --csv writes lumknx's trace CSV\n"
          "with a sixth column, the service; --json one object per line with the exact value. Stops after\n"
          "--count telegrams, after --timeout ms or on Ctrl-C; the counts go to standard error. Exit\n"
-         "status 0, 1 when some telegram did not fit its DPT or --count was not reached, 2 when knxd\n"
-         "cannot be reached or the connection is lost.",
+         "status 0, 1 when some telegram did not fit its DPT or --count was not reached, 2 when the bus\n"
+         "cannot be reached or the connection is lost. A tunnel that breaks is made again unless\n"
+         "--no-reconnect is given; what came in malformed is counted and named on standard error.",
          LumKnx::RunMonitor,
          {{"--map", "FILE"},
           {"--dpt", "D"},
           {"--count", "N"},
           {"--timeout", "MS"},
           {"--csv", nullptr},
-          {"--json", nullptr}}},
+          {"--json", nullptr},
+          {"--no-reconnect", nullptr}}},
         {"read",
          "read URL GA [--dpt D | --map FILE] [--timeout MS]",
          "Sends a read to GA and prints the response as 'decode' does (raw bytes without a DPT).\n"
-         "Exit status 1 when no response comes within --timeout ms (2000).",
+         "Exit status 1 when no response comes within --timeout ms (2000), or a tunnel did not confirm\n"
+         "the read.",
          LumKnx::RunRead,
          {{"--map", "FILE"}, {"--dpt", "D"}, {"--timeout", "MS"}}},
         {"write",
          "write URL GA VALUE [--dpt D | --map FILE]",
-         std::string("Encodes VALUE for the DPT and writes it to GA.\n\n") + LumKnx::kValueForms,
+         std::string(
+             "Encodes VALUE for the DPT and writes it to GA. Through a KNXnet/IP tunnel the write\n"
+             "waits for the interface's confirmation: exit status 1 when it is negative or none comes.\n\n") +
+             LumKnx::kValueForms,
          LumKnx::RunWrite,
          {{"--map", "FILE"}, {"--dpt", "D"}},
          2},
         {"serve",
-         "serve URL --values FILE [--map FILE] [--dpt D] [--count N] [--timeout MS]",
+         "serve URL --values FILE [--map FILE] [--dpt D] [--count N] [--timeout MS] [--no-reconnect]",
          "A virtual device: answers reads of the addresses in FILE (lines 'GA DPT VALUE', or 'GA VALUE'\n"
          "with the DPT from --map, else --dpt; '#' starts a comment) and takes on the values others\n"
          "write there. Stops on Ctrl-C, after --count answered reads or after --timeout ms. Exit\n"
-         "status 1 when a value that did not fit was ignored or --count was not reached.",
+         "status 1 when a value that did not fit was ignored, an answer was not confirmed or --count was\n"
+         "not reached.",
          LumKnx::RunServe,
-         {{"--values", "FILE"}, {"--map", "FILE"}, {"--dpt", "D"}, {"--count", "N"}, {"--timeout", "MS"}}},
+         {{"--values", "FILE"},
+          {"--map", "FILE"},
+          {"--dpt", "D"},
+          {"--count", "N"},
+          {"--timeout", "MS"},
+          {"--no-reconnect", nullptr}}},
         {"discover",
          "discover [--interface IF] [--host HOST[:PORT]] [--timeout MS] [--json]",
          "Lists the KNXnet/IP interfaces and routers that answer a search request: name, individual\n"
@@ -135,6 +148,10 @@ void PrintUsage(std::ostream& os)
           "  --version          the version of lumknx\n"
           "  --                 ends the options: what follows is an argument even when it starts\n"
           "                     with '-', e.g. 'write URL GA -- -h'\n"
+          "\nbus URLs (monitor, read, write, serve):\n"
+          "  local:/path/to/socket, ip:host[:port]   knxd's client socket (-u) or TCP port (-i, 6720)\n"
+          "  ipt:host[:port]                         a KNXnet/IP tunnel to an interface (port 3671)\n"
+          "  iptn:host[:port]                        the same in NAT mode, for clients behind NAT\n"
           "\nexit status: 0 success, 1 some input failed (the reason on standard error),\n"
           "2 usage error or unreadable input\n";
 }

@@ -1,0 +1,133 @@
+# The tunnel cases of run-knxip-tests.sh, sourced inside its namespace: lumknx
+# over ipt:10.99.0.1 against knxd's server, with knxtool and lumknx on knxd's
+# client socket on the other side. Uses $lumknx, $dir, $failed, start_knxd and
+# stop_knxd; counts its cases in tunnel_cases.
+tunnel_cases=0
+url=ipt:10.99.0.1
+local_url="local:$dir/sock"
+
+tunnel_result() { # name ok [files to show]
+  local name="$1" ok="$2"
+  shift 2
+  tunnel_cases=$((tunnel_cases + 1))
+  if [ "$ok" -eq 1 ]; then
+    echo "ok      tunnel: $name"
+  else
+    failed=$((failed + 1))
+    echo "FAILED  tunnel: $name"
+    for f in "$@"; do sed "s|^|        $(basename "$f"): |" "$f" || true; done
+  fi
+}
+
+# Every size of value, written through the tunnel, as knxd's bus has it
+# (reference encodings of the standard, not lumknx's own).
+timeout 60 knxtool groupsocketlisten "$local_url" >"$dir/listen" 2>&1 &
+listener=$!
+sleep 0.3
+writes=(
+  "1/2/1|1.001|1|01"
+  "1/2/2|5.010|200|C8"
+  "1/2/3|9.001|21.5|0C 33"
+  "1/2/4|10.001|Wed 13:23:42|6D 17 2A"
+  "1/2/5|12.001|123456|00 01 E2 40"
+  "1/2/6|14.056|1000|44 7A 00 00"
+  "1/2/7|16.001|KNX is OK|4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00"
+)
+write_status=()
+start=$(date +%s%N)
+for i in "${!writes[@]}"; do
+  IFS='|' read -r ga dpt value bytes <<<"${writes[$i]}"
+  status=0
+  timeout 15 "$lumknx" write "$url" "$ga" "$value" --dpt "$dpt" >"$dir/out" 2>"$dir/err-$i" || status=$?
+  write_status+=("$status")
+done
+write_ms=$((($(date +%s%N) - start) / 1000000))
+sleep 0.5
+kill "$listener" 2>/dev/null || true
+wait "$listener" 2>/dev/null || true
+for i in "${!writes[@]}"; do
+  IFS='|' read -r ga dpt value bytes <<<"${writes[$i]}"
+  ok=1
+  [ "${write_status[$i]}" -eq 0 ] || ok=0
+  grep -Eq "^Write from [0-9.]+ to $ga: $bytes ?\$" "$dir/listen" || ok=0
+  tunnel_result "write $dpt '$value' to $ga arrives as $bytes" "$ok" "$dir/err-$i" "$dir/listen"
+done
+echo "        (${#writes[@]} confirmed writes, each with its own tunnel, in $write_ms ms)"
+
+# knxd's writes, decoded by a monitor on the tunnel.
+timeout 20 "$lumknx" monitor "$url" --dpt 9.001 --count 2 --timeout 15000 >"$dir/mon" 2>"$dir/mon-err" &
+monitor=$!
+sleep 1
+knxtool groupwrite "$local_url" 1/3/1 0C 33 >/dev/null
+knxtool groupwrite "$local_url" 1/3/2 01 F4 >/dev/null
+status=0
+wait "$monitor" || status=$?
+ok=1
+[ "$status" -eq 0 ] || ok=0
+grep -Eq '1/3/1 +write +9\.001 +21\.5 °C +0C 33' "$dir/mon" || ok=0
+grep -Eq '1/3/2 +write +9\.001 +5 °C +01 F4' "$dir/mon" || ok=0
+tunnel_result "monitor decodes what knxd's clients write" "$ok" "$dir/mon" "$dir/mon-err"
+
+# A read through the tunnel, answered by a virtual device on knxd's socket...
+printf '1/4/1 9.001 21.5\n' >"$dir/values"
+timeout 20 "$lumknx" serve "$local_url" --values "$dir/values" --count 1 --timeout 15000 >"$dir/serve" 2>&1 &
+server=$!
+sleep 0.5
+status=0
+timeout 15 "$lumknx" read "$url" 1/4/1 --dpt 9.001 >"$dir/out" 2>"$dir/err" || status=$?
+wait "$server" || true
+ok=1
+[ "$status" -eq 0 ] || ok=0
+grep -Eq '^21\.5	' "$dir/out" || ok=0
+tunnel_result "read through the tunnel is answered" "$ok" "$dir/out" "$dir/err" "$dir/serve"
+
+# ... and a virtual device on the tunnel answering a read from knxd's socket.
+printf '1/4/2 9.001 -7.5\n' >"$dir/values"
+timeout 20 "$lumknx" serve "$url" --values "$dir/values" --count 1 --timeout 15000 >"$dir/serve" 2>&1 &
+server=$!
+sleep 1
+status=0
+timeout 15 "$lumknx" read "$local_url" 1/4/2 --dpt 9.001 >"$dir/out" 2>"$dir/err" || status=$?
+serve_status=0
+wait "$server" || serve_status=$?
+ok=1
+[ "$status" -eq 0 ] && [ "$serve_status" -eq 0 ] || ok=0
+grep -Eq '^-7\.5	' "$dir/out" || ok=0
+tunnel_result "serve on the tunnel answers knxd's client" "$ok" "$dir/out" "$dir/err" "$dir/serve"
+
+# knxd restarts under a running monitor: it makes a new tunnel, or with
+# --no-reconnect ends with exit status 2.
+for mode in reconnect no-reconnect; do
+  extra=()
+  [ "$mode" = no-reconnect ] && extra=(--no-reconnect)
+  LUMKNX_KNXIP_HEARTBEAT_MS=300 timeout 30 "$lumknx" monitor "$url" --count 1 --timeout 20000 "${extra[@]}" \
+    >"$dir/mon" 2>"$dir/mon-err" &
+  monitor=$!
+  sleep 1
+  stop_knxd
+  sleep 0.5
+  start_knxd
+  sleep 3
+  knxtool groupwrite "$local_url" 1/5/1 0C 33 >/dev/null 2>&1 || true
+  status=0
+  wait "$monitor" || status=$?
+  ok=1
+  if [ "$mode" = reconnect ]; then
+    [ "$status" -eq 0 ] || ok=0
+    grep -Eq '1/5/1 +write' "$dir/mon" || ok=0
+    grep -Eq '^lumknx: bus: .*1 reconnect' "$dir/mon-err" || ok=0
+    tunnel_result "a monitor survives a restart of knxd" "$ok" "$dir/mon" "$dir/mon-err"
+  else
+    [ "$status" -eq 2 ] || ok=0
+    grep -Eq '^lumknx: connection lost: ' "$dir/mon-err" || ok=0
+    tunnel_result "with --no-reconnect a restart ends the monitor (exit 2)" "$ok" "$dir/mon" "$dir/mon-err"
+  fi
+done
+
+# Nothing at the port.
+status=0
+timeout 20 "$lumknx" write ipt:10.99.0.1:3672 1/2/1 1 --dpt 1.001 >"$dir/out" 2>"$dir/err" || status=$?
+ok=1
+[ "$status" -eq 2 ] || ok=0
+grep -qx "lumknx: no KNXnet/IP server answered at 'ipt:10.99.0.1:3672' within 10000 ms" "$dir/err" || ok=0
+tunnel_result "a port where no server listens: exit 2 in words" "$ok" "$dir/err"

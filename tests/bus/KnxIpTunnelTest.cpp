@@ -1,0 +1,580 @@
+// The tunnel client against a scripted server on the loopback interface: what
+// it sends, byte for byte, and how it takes lost acks, repeats, malformed
+// frames, heartbeats and a server that goes away. Nothing leaves 127.0.0.1.
+#include "LumBus/KnxIpTunnel.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <functional>
+#include <thread>
+
+using namespace LumBus;
+using Bytes = std::vector<std::uint8_t>;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr std::uint8_t kChannel = 21;
+constexpr std::uint16_t kTunnelAddress = 0x1105; // 1.1.5
+
+// A KNXnet/IP server that does what a test says, on a plain UDP socket.
+class ScriptedServer
+{
+public:
+    ScriptedServer()
+    {
+        m_fd = ::socket(AF_INET, SOCK_DGRAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::bind(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+        socklen_t size = sizeof address;
+        ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &size);
+        m_port = ntohs(address.sin_port);
+    }
+    ~ScriptedServer()
+    {
+        if (m_thread.joinable())
+            m_thread.join();
+        ::close(m_fd);
+    }
+    ScriptedServer(const ScriptedServer&) = delete;
+    ScriptedServer& operator=(const ScriptedServer&) = delete;
+
+    std::string Url() const { return "ipt:127.0.0.1:" + std::to_string(m_port); }
+    Hpai Endpoint() const { return {kHostProtocolUdp4, {127, 0, 0, 1}, m_port}; }
+
+    void Run(std::function<void(ScriptedServer&)> script)
+    {
+        m_thread = std::thread([this, script] { script(*this); });
+    }
+    void Join() { m_thread.join(); }
+
+    // The next datagram within `timeout`, its raw bytes kept in Last(); the
+    // client's endpoint is remembered for Send.
+    std::optional<KnxIpFrame> Next(std::chrono::milliseconds timeout = 3000ms)
+    {
+        pollfd p{m_fd, POLLIN, 0};
+        if (::poll(&p, 1, static_cast<int>(timeout.count())) <= 0)
+            return std::nullopt;
+        std::uint8_t buffer[1024];
+        socklen_t size = sizeof m_client;
+        const ssize_t n =
+            ::recvfrom(m_fd, buffer, sizeof buffer, 0, reinterpret_cast<sockaddr*>(&m_client), &size);
+        if (n < 0)
+            return std::nullopt;
+        m_last.assign(buffer, buffer + n);
+        return DecodeKnxIpFrame(buffer, static_cast<std::size_t>(n));
+    }
+    template <typename Body> std::optional<Body> NextOf(std::chrono::milliseconds timeout = 3000ms)
+    {
+        const auto frame = Next(timeout);
+        if (!frame || frame->error != KnxIpError::None || !std::holds_alternative<Body>(frame->body))
+        {
+            ADD_FAILURE() << "expected service " << KnxIpServiceName(KnxIpServiceType(Body{})) << ", got "
+                          << (frame ? KnxIpServiceName(frame->service) : "nothing");
+            return std::nullopt;
+        }
+        return std::get<Body>(frame->body);
+    }
+    const Bytes& Last() const { return m_last; }
+    std::uint16_t ClientPort() const { return ntohs(m_client.sin_port); }
+
+    void SendRaw(const Bytes& bytes)
+    {
+        ::sendto(m_fd, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&m_client),
+                 sizeof m_client);
+    }
+    void Send(const KnxIpBody& body) { SendRaw(EncodeKnxIpFrame(body)); }
+
+    // Takes the connect request and opens the tunnel on `channel`.
+    bool Accept(std::uint8_t channel = kChannel)
+    {
+        const auto request = NextOf<ConnectRequest>();
+        if (!request)
+            return false;
+        Send(ConnectResponse{channel, kStatusNoError, Endpoint(), kTunnelAddress});
+        return true;
+    }
+    // Takes one tunnelling request and acks it; its cEMI, or nothing.
+    std::optional<TunnellingRequest> AckNext()
+    {
+        auto request = NextOf<TunnellingRequest>();
+        if (request)
+            Send(TunnellingAck{request->channel, request->sequence, kStatusNoError});
+        return request;
+    }
+    // The client's ack of `sequence`, and nothing else, within the timeout.
+    void ExpectAck(std::uint8_t sequence)
+    {
+        const auto ack = NextOf<TunnellingAck>();
+        if (ack)
+        {
+            EXPECT_EQ(ack->channel, kChannel);
+            EXPECT_EQ(ack->sequence, sequence);
+            EXPECT_EQ(ack->status, kStatusNoError);
+        }
+    }
+    // Sends the cEMI message in a tunnelling request.
+    void Indicate(std::uint8_t sequence, const Bytes& cemi, std::uint8_t channel = kChannel)
+    {
+        Send(TunnellingRequest{channel, sequence, cemi});
+    }
+
+private:
+    int m_fd = -1;
+    std::uint16_t m_port = 0;
+    sockaddr_in m_client{};
+    Bytes m_last;
+    std::thread m_thread;
+};
+
+KnxIpTunnelTimes FastTimes()
+{
+    KnxIpTunnelTimes times;
+    times.connect = 1000ms;
+    times.ack = 200ms;
+    times.confirm = 1000ms;
+    return times;
+}
+
+// L_Data.con of a request, as the interface sends it back with its own address.
+Bytes Confirmation(Bytes request, bool positive = true)
+{
+    request[0] = kCemiLDataCon;
+    request[4] = kTunnelAddress >> 8;
+    request[5] = kTunnelAddress & 0xFF;
+    if (!positive)
+        request[2] |= 0x01;
+    return request;
+}
+
+// An L_Data.ind from 1.1.7 to a group address with a TPDU.
+Bytes Indication(std::uint16_t group, const Bytes& tpdu)
+{
+    Bytes cemi = {0x29,
+                  0x00,
+                  0xBC,
+                  0xE0,
+                  0x11,
+                  0x07,
+                  static_cast<std::uint8_t>(group >> 8),
+                  static_cast<std::uint8_t>(group & 0xFF),
+                  static_cast<std::uint8_t>(tpdu.size() - 1)};
+    for (const std::uint8_t byte : tpdu)
+        cemi.push_back(byte);
+    return cemi;
+}
+
+GroupTelegram Telegram(std::uint16_t destination, GroupService service, Bytes data, bool shortForm = false)
+{
+    GroupTelegram t;
+    t.destination = destination;
+    t.service = service;
+    t.data = std::move(data);
+    t.shortForm = shortForm;
+    return t;
+}
+
+struct WriteCase
+{
+    GroupTelegram telegram;
+    Bytes cemi;
+};
+
+std::vector<WriteCase> WriteCases()
+{
+    std::vector<WriteCase> cases;
+    const auto add = [&](GroupTelegram telegram, Bytes cemi) {
+        cases.push_back({std::move(telegram), std::move(cemi)});
+    };
+    add(Telegram(0x0A03, GroupService::Write, {0x01}, true),
+        {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x0A, 0x03, 0x01, 0x00, 0x81});
+    add(Telegram(0x0A03, GroupService::Write, {0xFF}),
+        {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x0A, 0x03, 0x02, 0x00, 0x80, 0xFF});
+    add(Telegram(0x0A03, GroupService::Write, {0x0C, 0x33}),
+        {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x0A, 0x03, 0x03, 0x00, 0x80, 0x0C, 0x33});
+    add(Telegram(0x0A03, GroupService::Read, {}),
+        {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x0A, 0x03, 0x01, 0x00, 0x00});
+    add(Telegram(0xFFFF, GroupService::Response, {0x41, 0xA8, 0x00, 0x00}),
+        {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0xFF, 0xFF, 0x05, 0x00, 0x40, 0x41, 0xA8, 0x00, 0x00});
+    Bytes text = {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x00, 0x01, 0x0F, 0x00, 0x80};
+    text.resize(text.size() + 14, 0x41);
+    add(Telegram(0x0001, GroupService::Write, Bytes(14, 0x41)), text);
+    return cases;
+}
+
+} // namespace
+
+// Every size class of group value in the cEMI L_Data.req the interface gets,
+// written out by hand: message code, no additional info, control fields
+// (standard frame, no repeat, broadcast, low priority; group address, 6 hops),
+// source 0.0.0 for the interface to fill in, destination, NPDU length, TPCI/APCI.
+TEST(BusKnxIpTunnel, WritesEachSizeOfValueAndWaitsForItsConfirmation)
+{
+    const std::vector<WriteCase> cases = WriteCases();
+    ScriptedServer server;
+    server.Run(
+        [&](ScriptedServer& s)
+        {
+            const auto connect = s.NextOf<ConnectRequest>();
+            ASSERT_TRUE(connect);
+            // Both endpoints are where the client sends from (no NAT).
+            const Hpai client{kHostProtocolUdp4, {127, 0, 0, 1}, s.ClientPort()};
+            EXPECT_EQ(connect->control.address, client.address);
+            EXPECT_EQ(connect->control.port, client.port);
+            EXPECT_EQ(connect->data.port, client.port);
+            s.Send(ConnectResponse{kChannel, kStatusNoError, s.Endpoint(), kTunnelAddress});
+            std::uint8_t sequence = 0;
+            for (const WriteCase& c : cases)
+            {
+                const auto request = s.AckNext();
+                ASSERT_TRUE(request);
+                Bytes frame = {
+                    0x06, 0x10,     0x04,     0x20, 0x00, static_cast<std::uint8_t>(10 + c.cemi.size()),
+                    0x04, kChannel, sequence, 0x00};
+                frame.insert(frame.end(), c.cemi.begin(), c.cemi.end());
+                EXPECT_EQ(s.Last(), frame) << "telegram " << int(sequence);
+                s.Indicate(sequence, Confirmation(c.cemi));
+                s.ExpectAck(sequence);
+                ++sequence;
+            }
+            const auto disconnect = s.NextOf<DisconnectRequest>();
+            ASSERT_TRUE(disconnect);
+            EXPECT_EQ(disconnect->channel, kChannel);
+            s.Send(DisconnectResponse{kChannel, kStatusNoError});
+        });
+    {
+        boost::asio::io_context io;
+        KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
+        EXPECT_EQ(tunnel.IndividualAddress(), kTunnelAddress);
+        for (const WriteCase& c : cases)
+            EXPECT_NO_THROW(tunnel.Send(c.telegram));
+        EXPECT_EQ(tunnel.Anomalies(), "");
+    }
+    server.Join();
+}
+
+TEST(BusKnxIpTunnel, ANegativeOrMissingConfirmationIsAnError)
+{
+    const GroupTelegram write = Telegram(0x0A03, GroupService::Write, {0x0C, 0x33});
+    ScriptedServer server;
+    server.Run(
+        [&](ScriptedServer& s)
+        {
+            ASSERT_TRUE(s.Accept());
+            auto request = s.AckNext();
+            ASSERT_TRUE(request);
+            s.Indicate(0, Confirmation(request->cemi, false));
+            s.ExpectAck(0);
+            // The second goes unconfirmed.
+            ASSERT_TRUE(s.AckNext());
+        });
+    boost::asio::io_context io;
+    KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
+    const std::string at = "the KNXnet/IP interface at '" + server.Url() + "' ";
+    for (const std::string& expected : {at + "could not send the telegram to 1/2/3 (negative confirmation)",
+                                        at + "did not confirm the telegram to 1/2/3 within 1000 ms"})
+    {
+        try
+        {
+            tunnel.Send(write);
+            ADD_FAILURE() << "no error";
+        }
+        catch (const BusError& e)
+        {
+            EXPECT_EQ(e.GetKind(), BusError::Kind::NotConfirmed);
+            EXPECT_EQ(e.what(), expected);
+        }
+    }
+    server.Join();
+}
+
+TEST(BusKnxIpTunnel, ConnectingFailsInWords)
+{
+    struct Case
+    {
+        const char* name;
+        std::function<void(ScriptedServer&)> script;
+        BusError::Kind kind;
+        std::string error; // after "... at 'URL'"
+    } const cases[] = {
+        {"no more connections",
+         [](ScriptedServer& s)
+         {
+             if (s.NextOf<ConnectRequest>())
+                 s.Send(ConnectResponse{0, kStatusNoMoreConnections, {}, 0});
+         },
+         BusError::Kind::Refused, "' refused the tunnel: no more connections"},
+        {"silence", [](ScriptedServer& s) { s.Next(); }, BusError::Kind::NoDaemon, "' within 1000 ms"},
+        {"garbage only",
+         [](ScriptedServer& s)
+         {
+             if (s.Next())
+                 s.SendRaw({0x06, 0x10, 0x02, 0x06, 0x00, 0x40});
+         },
+         BusError::Kind::NoDaemon, "' within 1000 ms"},
+    };
+    for (const Case& c : cases)
+    {
+        ScriptedServer server;
+        server.Run(c.script);
+        boost::asio::io_context io;
+        try
+        {
+            KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
+            ADD_FAILURE() << c.name << ": connected";
+        }
+        catch (const BusError& e)
+        {
+            EXPECT_EQ(e.GetKind(), c.kind) << c.name;
+            const std::string what = e.what();
+            EXPECT_NE(what.find(server.Url() + c.error), std::string::npos) << c.name << ": " << what;
+        }
+        server.Join();
+    }
+}
+
+// A lost ack costs a resend; two cost the tunnel, which is made again and
+// carries the telegram; without reconnecting that is the end.
+TEST(BusKnxIpTunnel, ResendsOnceThenReconnects)
+{
+    const GroupTelegram write = Telegram(0x0A03, GroupService::Write, {0x0C, 0x33});
+    for (const bool reconnect : {true, false})
+    {
+        ScriptedServer server;
+        server.Run(
+            [&](ScriptedServer& s)
+            {
+                ASSERT_TRUE(s.Accept());
+                // First telegram: the first request goes unacked, the resend is acked.
+                auto first = s.NextOf<TunnellingRequest>();
+                ASSERT_TRUE(first);
+                auto again = s.AckNext();
+                ASSERT_TRUE(again);
+                EXPECT_EQ(again->sequence, first->sequence);
+                s.Indicate(0, Confirmation(again->cemi));
+                s.ExpectAck(0);
+                // Second telegram: neither is acked.
+                ASSERT_TRUE(s.NextOf<TunnellingRequest>());
+                ASSERT_TRUE(s.NextOf<TunnellingRequest>());
+                const auto disconnect = s.NextOf<DisconnectRequest>();
+                ASSERT_TRUE(disconnect);
+                s.Send(DisconnectResponse{kChannel, kStatusNoError});
+                if (!reconnect)
+                    return;
+                ASSERT_TRUE(s.Accept(kChannel + 1));
+                auto resent = s.NextOf<TunnellingRequest>();
+                ASSERT_TRUE(resent);
+                EXPECT_EQ(resent->channel, kChannel + 1);
+                EXPECT_EQ(resent->sequence, 0);
+                s.Send(TunnellingAck{kChannel + 1, 0, kStatusNoError});
+                s.Indicate(0, Confirmation(resent->cemi), kChannel + 1);
+                s.Next(); // its ack
+                ASSERT_TRUE(s.NextOf<DisconnectRequest>());
+                s.Send(DisconnectResponse{kChannel + 1, kStatusNoError});
+            });
+        {
+            boost::asio::io_context io;
+            KnxIpTunnel tunnel(io, server.Url(), reconnect, FastTimes());
+            EXPECT_NO_THROW(tunnel.Send(write));
+            EXPECT_EQ(tunnel.Counters().resends, 1u);
+            if (reconnect)
+            {
+                EXPECT_NO_THROW(tunnel.Send(write));
+                EXPECT_EQ(tunnel.Counters().reconnects, 1u);
+                EXPECT_EQ(tunnel.Counters().resends, 2u);
+            }
+            else
+            {
+                try
+                {
+                    tunnel.Send(write);
+                    ADD_FAILURE() << "sent without a tunnel";
+                }
+                catch (const BusError& e)
+                {
+                    EXPECT_EQ(e.GetKind(), BusError::Kind::Lost);
+                    EXPECT_STREQ(e.what(), "connection lost: no ack for tunnelling request 1");
+                }
+            }
+        }
+        server.Join();
+    }
+}
+
+// What the server sends is acked as the standard says and delivered once;
+// nothing malformed ends the tunnel.
+TEST(BusKnxIpTunnel, ReceivesEachTelegramOnceAndCountsWhatIsWrong)
+{
+    const Bytes write = Indication(0x0A03, {0x00, 0x80, 0x0C, 0x33});
+    const Bytes later = Indication(0x0A04, {0x00, 0x81});
+    Bytes badInfo = write;
+    badInfo[1] = 0xFF; // additional info longer than the message
+    ScriptedServer server;
+    server.Run(
+        [&](ScriptedServer& s)
+        {
+            ASSERT_TRUE(s.Accept());
+            s.Indicate(0, write);
+            s.ExpectAck(0);
+            s.Indicate(0, write); // our ack "was lost": acked again
+            s.ExpectAck(0);
+            s.Indicate(5, write);                // out of sequence: dropped without an ack
+            s.SendRaw({0x06, 0x10, 0x04, 0x20}); // truncated
+            s.SendRaw({0x06, 0x10, 0x04, 0x20, 0x00, 0x40, 0x04, 0x15});             // lies about its length
+            s.SendRaw({0x06, 0x10, 0x09, 0x99, 0x00, 0x06});                         // unknown service
+            s.SendRaw({0x06, 0x20, 0x04, 0x21, 0x00, 0x0A, 0x04, 0x15, 0x00, 0x00}); // version 2.0
+            s.Indicate(1, badInfo);
+            s.ExpectAck(1);
+            s.Indicate(2, later);
+            s.ExpectAck(2);
+            ASSERT_TRUE(s.NextOf<DisconnectRequest>());
+            s.Send(DisconnectResponse{kChannel, kStatusNoError});
+        });
+    {
+        boost::asio::io_context io;
+        KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
+        ReceivedTelegram in;
+        ASSERT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 3s), ReceiveStatus::Telegram);
+        EXPECT_EQ(in.telegram.source, 0x1107);
+        EXPECT_EQ(in.telegram.destination, 0x0A03);
+        EXPECT_EQ(in.telegram.data, (Bytes{0x0C, 0x33}));
+        ASSERT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 3s), ReceiveStatus::Telegram);
+        EXPECT_EQ(in.telegram.destination, 0x0A04);
+        EXPECT_EQ(in.telegram.data, (Bytes{0x01}));
+        EXPECT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 100ms), ReceiveStatus::Timeout);
+        const KnxIpTunnelCounters& c = tunnel.Counters();
+        EXPECT_EQ(c.duplicates, 1u);
+        EXPECT_EQ(c.outOfSequence, 1u);
+        EXPECT_EQ(c.malformed, 5u);
+        EXPECT_EQ(tunnel.Anomalies().rfind("5 malformed, 1 duplicate, 1 out of sequence (latest: cEMI ", 0),
+                  0u)
+            << tunnel.Anomalies();
+    }
+    server.Join();
+}
+
+// A server that no longer knows the tunnel (restarted) or closes it: the
+// client makes a new one, or ends with "connection lost".
+TEST(BusKnxIpTunnel, HeartbeatAndServerDisconnect)
+{
+    struct Case
+    {
+        const char* name;
+        bool reconnect;
+        std::function<void(ScriptedServer&)> end; // how the first tunnel ends
+        std::string lost;
+    } const cases[] = {
+        {"connection id unknown", true,
+         [](ScriptedServer& s)
+         {
+             if (s.NextOf<ConnectionStateRequest>())
+                 s.Send(ConnectionStateResponse{kChannel, kStatusConnectionId});
+         },
+         ""},
+        {"server disconnects", false,
+         [](ScriptedServer& s)
+         {
+             s.Send(DisconnectRequest{kChannel, s.Endpoint()});
+             const auto response = s.NextOf<DisconnectResponse>();
+             ASSERT_TRUE(response);
+             EXPECT_EQ(response->channel, kChannel);
+         },
+         "connection lost: the server closed the tunnel"},
+        {"heartbeats unanswered", false,
+         [](ScriptedServer& s)
+         {
+             for (int i = 0; i < 3; ++i)
+                 ASSERT_TRUE(s.NextOf<ConnectionStateRequest>());
+         },
+         "connection lost: no answer to 3 connection-state requests"},
+    };
+    for (const Case& c : cases)
+    {
+        ScriptedServer server;
+        server.Run(
+            [&](ScriptedServer& s)
+            {
+                ASSERT_TRUE(s.Accept());
+                c.end(s);
+                if (!c.reconnect)
+                    return;
+                ASSERT_TRUE(s.Accept(kChannel));
+                s.Indicate(0, Indication(0x0A03, {0x00, 0x81}));
+                s.ExpectAck(0);
+            });
+        KnxIpTunnelTimes times = FastTimes();
+        times.heartbeat = 100ms;
+        times.heartbeatAnswer = 100ms;
+        boost::asio::io_context io;
+        KnxIpTunnel tunnel(io, server.Url(), c.reconnect, times);
+        ReceivedTelegram in;
+        try
+        {
+            EXPECT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 3s), ReceiveStatus::Telegram)
+                << c.name;
+            EXPECT_TRUE(c.lost.empty()) << c.name;
+            EXPECT_EQ(tunnel.Counters().reconnects, 1u) << c.name;
+        }
+        catch (const BusError& e)
+        {
+            EXPECT_EQ(e.GetKind(), BusError::Kind::Lost) << c.name;
+            EXPECT_EQ(e.what(), c.lost) << c.name;
+        }
+        server.Join();
+    }
+}
+
+TEST(BusKnxIpTunnel, Urls)
+{
+    struct Case
+    {
+        const char* text;
+        const char* host;
+        std::uint16_t port;
+        bool nat;
+        const char* error;
+    } const cases[] = {
+        {"ipt:10.99.0.1", "10.99.0.1", 3671, false, nullptr},
+        {"ipt:knx-ip.local:3700", "knx-ip.local", 3700, false, nullptr},
+        {"iptn:10.99.0.1", "10.99.0.1", 3671, true, nullptr},
+        {"ipt:", nullptr, 0, false,
+         "'ipt:' is no KNXnet/IP tunnel address (no host; use ipt:host[:port] or iptn:host[:port])"},
+        {"ipt:h:0", nullptr, 0, false,
+         "'ipt:h:0' is no KNXnet/IP tunnel address (the port is no number of 1..65535; use ipt:host[:port] "
+         "or "
+         "iptn:host[:port])"},
+        {"ipt:h:65536", nullptr, 0, false,
+         "'ipt:h:65536' is no KNXnet/IP tunnel address (the port is no number of 1..65535; use "
+         "ipt:host[:port] or "
+         "iptn:host[:port])"},
+    };
+    for (const Case& c : cases)
+    {
+        EXPECT_TRUE(IsKnxIpTunnelUrl(c.text));
+        try
+        {
+            const KnxIpTunnelUrl url = ParseKnxIpTunnelUrl(c.text);
+            ASSERT_EQ(c.error, nullptr) << c.text;
+            EXPECT_EQ(url.host, c.host);
+            EXPECT_EQ(url.port, c.port);
+            EXPECT_EQ(url.nat, c.nat);
+        }
+        catch (const BusError& e)
+        {
+            ASSERT_NE(c.error, nullptr) << c.text << ": " << e.what();
+            EXPECT_EQ(e.GetKind(), BusError::Kind::BadUrl);
+            EXPECT_STREQ(e.what(), c.error);
+        }
+    }
+    EXPECT_FALSE(IsKnxIpTunnelUrl("ip:10.99.0.1"));
+    EXPECT_FALSE(IsKnxIpTunnelUrl("local:/ipt:x"));
+}
