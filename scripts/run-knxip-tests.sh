@@ -133,6 +133,7 @@ ind_req='0610053000131100BCE011FA0A030300800C34' # the same as an L_Data.req
 busy_600='06100532000C060002580000'             # routing busy, wait 600 ms
 lost_258='06100531000A04000102'                 # routing lost message, 258 lost
 counters='counters: sent=%s received=%s own=%s busy=%s lost-frames=%s lost=%s malformed=%s bad-cemi=%s other=%s dropped=%s last=.*'
+# shellcheck disable=SC2059  # the format is the counters line above
 c() { printf "$counters" "$@"; }
 
 # name | knxip-routing-live arguments | what another program does 0.3 s after it
