@@ -106,6 +106,10 @@ done
 # The tunnel: bytes, monitor, read, serve, a restarted server.
 # shellcheck source=scripts/knxip-tunnel-cases.sh
 . "$(dirname "$0")/knxip-tunnel-cases.sh"
+if [ -n "${KNXIP_SEND_BENCH:-}" ]; then
+  # shellcheck source=scripts/knxip-throughput.sh
+  . "$(dirname "$0")/knxip-throughput.sh"
+fi
 
 if ! kill -0 "$knxd_pid" 2>/dev/null; then
   echo "run-knxip-tests: knxd ended during the tests:" >&2
