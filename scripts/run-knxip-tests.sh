@@ -120,6 +120,10 @@ done
 # The tunnel: bytes, monitor, read, serve, a restarted server.
 # shellcheck source=scripts/knxip-tunnel-cases.sh
 . "$(dirname "$0")/knxip-tunnel-cases.sh"
+if [ -n "${KNXIP_SEND_BENCH:-}" ]; then
+  # shellcheck source=scripts/knxip-throughput.sh
+  . "$(dirname "$0")/knxip-throughput.sh"
+fi
 
 # The routing connection. knxd's group socket shows what reached knxd.
 stdbuf -oL knxtool groupsocketlisten "local:$dir/sock" >"$dir/listen" 2>&1 &

@@ -1,6 +1,7 @@
 #include "KnxIpRouting.h"
 
 #include "LumBus/Cemi.h"
+#include "LumBus/HostPort.h"
 #include "LumBus/KnxAddress.h"
 #include "LumBus/NetInterface.h"
 
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 
 #include <netinet/in.h>
 
@@ -69,24 +69,21 @@ KnxIpRoutingUrl ParseKnxIpRoutingUrl(std::string_view text)
     if (at == std::string_view::npos)
         return url;
 
-    std::string_view group = rest.substr(at + 1);
-    const auto colon = group.find(':');
-    if (colon != std::string_view::npos)
+    HostPort group;
+    switch (ParseHostPort(rest.substr(at + 1), kKnxIpPort, group))
     {
-        const std::string_view portText = group.substr(colon + 1);
-        unsigned port = 0;
-        const auto [end, ec] = std::from_chars(portText.data(), portText.data() + portText.size(), port);
-        if (ec != std::errc() || end != portText.data() + portText.size() || port == 0 || port > 0xFFFF)
-            BadUrl(text, "the port is no number of 1..65535");
-        url.port = static_cast<std::uint16_t>(port);
-        group = group.substr(0, colon);
-    }
-    if (group.empty())
+    case HostPortProblem::BadPort:
+        BadUrl(text, "the port is no number of 1..65535");
+    case HostPortProblem::NoHost:
         BadUrl(text, "no multicast group after '@'");
+    case HostPortProblem::None:
+        break;
+    }
+    url.port = group.port;
     boost::system::error_code ec;
-    const Address address = boost::asio::ip::make_address_v4(std::string(group), ec);
+    const Address address = boost::asio::ip::make_address_v4(group.host, ec);
     if (ec)
-        BadUrl(text, "'" + std::string(group) + "' is no IPv4 address");
+        BadUrl(text, "'" + group.host + "' is no IPv4 address");
     if (!address.is_multicast())
         BadUrl(text, address.to_string() + " is no multicast group (224.0.0.0 to 239.255.255.255)");
     url.group = address.to_bytes();

@@ -1,10 +1,10 @@
 #include "KnxIpTunnel.h"
 
+#include "LumBus/HostPort.h"
 #include "LumBus/KnxAddress.h"
 
 #include <boost/asio/buffer.hpp>
 
-#include <charconv>
 #include <variant>
 
 namespace LumBus
@@ -60,20 +60,14 @@ KnxIpTunnelUrl ParseKnxIpTunnelUrl(std::string_view text)
         rest = text.substr(kTunnelPrefix.size());
     else
         BadUrl(text, "unknown form");
-    const auto colon = rest.rfind(':');
-    if (colon != std::string_view::npos)
-    {
-        const std::string_view portText = rest.substr(colon + 1);
-        unsigned port = 0;
-        const auto [end, ec] = std::from_chars(portText.data(), portText.data() + portText.size(), port);
-        if (ec != std::errc() || end != portText.data() + portText.size() || port == 0 || port > 0xFFFF)
-            BadUrl(text, "the port is no number of 1..65535");
-        url.port = static_cast<std::uint16_t>(port);
-        rest = rest.substr(0, colon);
-    }
-    if (rest.empty())
+    HostPort where;
+    const HostPortProblem problem = ParseHostPort(rest, kKnxIpPort, where);
+    if (problem == HostPortProblem::BadPort)
+        BadUrl(text, "the port is no number of 1..65535");
+    if (problem == HostPortProblem::NoHost)
         BadUrl(text, "no host");
-    url.host = std::string(rest);
+    url.host = std::move(where.host);
+    url.port = where.port;
     return url;
 }
 

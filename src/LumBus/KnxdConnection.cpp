@@ -1,11 +1,12 @@
 #include "KnxdConnection.h"
 
+#include "LumBus/HostPort.h"
+
 #include <boost/asio/connect.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/write.hpp>
 
-#include <charconv>
 
 namespace LumBus
 {
@@ -64,22 +65,14 @@ KnxdUrl ParseKnxdUrl(std::string_view text)
     if (StartsWith(text, kIpPrefix))
     {
         url.kind = KnxdUrl::Kind::Tcp;
-        std::string_view rest = text.substr(kIpPrefix.size());
-        url.port = kKnxdDefaultPort;
-        const auto colon = rest.rfind(':');
-        if (colon != std::string_view::npos)
-        {
-            const std::string_view portText = rest.substr(colon + 1);
-            unsigned port = 0;
-            const auto [end, ec] = std::from_chars(portText.data(), portText.data() + portText.size(), port);
-            if (ec != std::errc() || end != portText.data() + portText.size() || port == 0 || port > 0xFFFF)
-                BadUrl(text, "the port is no number of 1..65535");
-            url.port = static_cast<std::uint16_t>(port);
-            rest = rest.substr(0, colon);
-        }
-        if (rest.empty())
+        HostPort where;
+        const HostPortProblem problem = ParseHostPort(text.substr(kIpPrefix.size()), kKnxdDefaultPort, where);
+        if (problem == HostPortProblem::BadPort)
+            BadUrl(text, "the port is no number of 1..65535");
+        if (problem == HostPortProblem::NoHost)
             BadUrl(text, "no host");
-        url.path = std::string(rest);
+        url.path = std::move(where.host);
+        url.port = where.port;
         return url;
     }
     BadUrl(text, "unknown form");

@@ -4,6 +4,7 @@
 #include "BusCommon.h"
 #include "Output.h"
 
+#include "LumBus/HostPort.h"
 #include "LumBus/KnxAddress.h"
 #include "LumBus/KnxIpFrame.h"
 #include "LumBus/NetInterface.h"
@@ -13,7 +14,6 @@
 #include <boost/asio/steady_timer.hpp>
 
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <functional>
 #include <iostream>
@@ -44,24 +44,17 @@ Address InterfaceAddress(const std::string& name)
 // HOST or HOST:PORT, HOST an IPv4 address or a name.
 udp::endpoint HostArgument(boost::asio::io_context& io, const std::string& text)
 {
-    const auto colon = text.rfind(':');
-    const std::string host = text.substr(0, colon);
-    unsigned port = LumBus::kKnxIpPort;
-    if (colon != std::string::npos)
-    {
-        const char* first = text.data() + colon + 1;
-        const char* last = text.data() + text.size();
-        const auto [end, error] = std::from_chars(first, last, port);
-        if (error != std::errc() || end != last || first == last || port == 0 || port > 0xFFFF)
-            throw UsageError("--host needs HOST or HOST:PORT with a port of 1 to 65535, not '" + text + "'");
-    }
-    if (host.empty())
+    LumBus::HostPort where;
+    const LumBus::HostPortProblem problem = LumBus::ParseHostPort(text, LumBus::kKnxIpPort, where);
+    if (problem == LumBus::HostPortProblem::BadPort)
+        throw UsageError("--host needs HOST or HOST:PORT with a port of 1 to 65535, not '" + text + "'");
+    if (problem == LumBus::HostPortProblem::NoHost)
         throw UsageError("--host needs HOST or HOST:PORT, not '" + text + "'");
     boost::system::error_code ec;
     udp::resolver resolver(io);
-    const auto results = resolver.resolve(udp::v4(), host, std::to_string(port), ec);
+    const auto results = resolver.resolve(udp::v4(), where.host, std::to_string(where.port), ec);
     if (ec || results.empty())
-        throw InputError("cannot resolve '" + host + "': " + ec.message());
+        throw InputError("cannot resolve '" + where.host + "': " + ec.message());
     return *results.begin();
 }
 
