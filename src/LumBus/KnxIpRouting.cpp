@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 
 #include <netinet/in.h>
 
@@ -231,7 +232,7 @@ KnxIpRouting::KnxIpRouting(boost::asio::io_context& io, const std::string& url, 
         SetMulticastSending(m_sender, local, ec);
     if (!failed("set the multicast TTL"))
         m_sender.set_option(boost::asio::ip::multicast::hops(options.ttl), ec);
-    if (!failed(""))
+    if (!failed("learn the sending port"))
         m_own = m_sender.local_endpoint(ec);
     if (ec)
         throw BusError(BusError::Kind::NoDaemon, "cannot " + step + " for " + Endpoint(m_group) + " on " +

@@ -130,7 +130,8 @@ struct KnxIpRoutingCounters
 class KnxIpRouting final : public GroupConnection
 {
 public:
-    // Joins the group on the interface. Throws BusError: BadUrl (the URL),
+    // Joins the group on the interface, sharing the port with a router on
+    // this machine (knxd's server). Throws BusError: BadUrl (the URL),
     // NoDaemon (no such interface, no IPv4 address there, the socket cannot
     // be set up).
     KnxIpRouting(boost::asio::io_context& io, const std::string& url, KnxIpRoutingOptions options = {});
@@ -141,14 +142,14 @@ public:
     // Sends a datagram as it stands to the group, for tests of how peers take
     // malformed frames; no flow control, not counted. Throws BusError(Lost).
     void SendRaw(const std::vector<std::uint8_t>& datagram);
+    // The next telegram of somebody else on the group, from the inbox first.
+    // One to an individual address comes with `problem` set, as
+    // ToReceivedTelegram gives it. Throws BusError(Lost) when the socket fails.
     ReceiveStatus Receive(ReceivedTelegram& out,
                           std::optional<std::chrono::steady_clock::time_point> deadline) override;
     void Stop() override { m_stopped = true; }
 
     const KnxIpRoutingCounters& Counters() const { return m_counters; }
-    // Where indications go and where ours come from.
-    boost::asio::ip::udp::endpoint GroupEndpoint() const { return m_group; }
-    boost::asio::ip::udp::endpoint OwnEndpoint() const { return m_own; }
 
 private:
     void StartReceive();
