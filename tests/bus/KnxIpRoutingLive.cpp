@@ -20,7 +20,9 @@
 #include <sstream>
 
 // GCC 12 takes the strings inside the std::optional below for uninitialised.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 
 namespace
 {
