@@ -29,7 +29,7 @@ fi
 command -v knxd >/dev/null && command -v knxtool >/dev/null || { echo "run-bus-tests: knxd or knxtool missing after the install" >&2; exit 1; }
 
 cmake --preset release >/dev/null
-cmake --build --preset release -j2 --target lumknx LumBusAddressTest LumBusUnitTest LumBusToolTest LumBusKnxdTest LumBusDiscoverTest FuzzKnxdPacket FuzzKnxIpFrame FuzzCemi
+cmake --build --preset release -j2 --target lumknx LumBusAddressTest LumBusUnitTest LumBusToolTest LumBusKnxdTest LumBusDiscoverTest knxip-routing-live FuzzKnxdPacket FuzzKnxIpFrame FuzzCemi
 log="$(mktemp)"
 trap 'rm -f "$log"' EXIT
 status=0

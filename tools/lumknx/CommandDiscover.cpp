@@ -7,22 +7,17 @@
 #include "LumBus/HostPort.h"
 #include "LumBus/KnxAddress.h"
 #include "LumBus/KnxIpFrame.h"
+#include "LumBus/NetInterface.h"
 
 #include <boost/asio/buffer.hpp>
-#include <boost/asio/ip/multicast.hpp>
 #include <boost/asio/ip/udp.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <array>
-#include <cerrno>
-#include <cstring>
+#include <cstdio>
 #include <functional>
 #include <iostream>
-#include <memory>
 #include <set>
-
-#include <ifaddrs.h>
-#include <netinet/in.h>
 
 namespace LumKnx
 {
@@ -33,27 +28,17 @@ using boost::asio::ip::udp;
 using Address = boost::asio::ip::address_v4;
 constexpr unsigned long kDefaultDiscoverTimeoutMs = 3000;
 
-// The first IPv4 address of the interface called `name`.
+// The interface's address; its problems are the user's input.
 Address InterfaceAddress(const std::string& name)
 {
-    ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0)
-        throw InputError(std::string("cannot list the network interfaces: ") + std::strerror(errno));
-    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
-    bool exists = false;
-    for (const ifaddrs* i = list; i != nullptr; i = i->ifa_next)
+    try
     {
-        if (name != i->ifa_name)
-            continue;
-        exists = true;
-        if (i->ifa_addr == nullptr || i->ifa_addr->sa_family != AF_INET)
-            continue;
-        sockaddr_in in{};
-        std::memcpy(&in, i->ifa_addr, sizeof in);
-        return Address(ntohl(in.sin_addr.s_addr));
+        return LumBus::InterfaceIpv4Address(name);
     }
-    throw InputError(exists ? "network interface '" + name + "' has no IPv4 address"
-                            : "no network interface '" + name + "'");
+    catch (const LumBus::NetInterfaceError& e)
+    {
+        throw InputError(e.what());
+    }
 }
 
 // HOST or HOST:PORT, HOST an IPv4 address or a name.
@@ -165,10 +150,7 @@ int RunDiscover(const Arguments& options)
     boost::system::error_code ec;
     socket.bind(udp::endpoint(local, 0), ec);
     if (!ec && multicast)
-        socket.set_option(boost::asio::ip::multicast::outbound_interface(local), ec);
-    // Loopback lets a server on this very machine answer, as on a test network.
-    if (!ec && multicast)
-        socket.set_option(boost::asio::ip::multicast::enable_loopback(true), ec);
+        LumBus::SetMulticastSending(socket, local, ec);
     if (ec)
         throw InputError("cannot open a UDP socket on " + local.to_string() + ": " + ec.message());
 
