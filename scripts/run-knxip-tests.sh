@@ -117,9 +117,9 @@ for c in "${cases[@]}"; do
   fi
 done
 
-# The tunnel: bytes, monitor, read, serve, a restarted server.
-# shellcheck source=scripts/knxip-tunnel-cases.sh
-. "$(dirname "$0")/knxip-tunnel-cases.sh"
+# lumknx through the tunnel (bytes, monitor, read, serve, a restarted server) and routing.
+# shellcheck source=scripts/knxip-lumknx-cases.sh
+. "$(dirname "$0")/knxip-lumknx-cases.sh"
 if [ -n "${KNXIP_SEND_BENCH:-}" ]; then
   # shellcheck source=scripts/knxip-throughput.sh
   . "$(dirname "$0")/knxip-throughput.sh"
@@ -218,6 +218,6 @@ if ! kill -0 "$knxd_pid" 2>/dev/null; then
   cat "$dir/knxd.log" >&2
   exit 1
 fi
-total=$((${#cases[@]} + tunnel_cases + ${#routing_cases[@]}))
+total=$((${#cases[@]} + lumknx_cases + ${#routing_cases[@]}))
 echo "run-knxip-tests: $((total - failed)) of $total cases passed"
 [ "$failed" -eq 0 ]

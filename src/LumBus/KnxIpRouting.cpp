@@ -363,4 +363,24 @@ ReceiveStatus KnxIpRouting::Receive(ReceivedTelegram& out, std::optional<Clock::
     }
 }
 
+std::string KnxIpRouting::Anomalies() const
+{
+    const KnxIpRoutingCounters& c = m_counters;
+    std::string text;
+    const auto add = [&](std::uint64_t count, const std::string& what)
+    {
+        if (count != 0)
+            text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + what;
+    };
+    add(c.malformed, "malformed");
+    add(c.badCemi, "with bad cEMI");
+    add(c.other, "of other services");
+    add(c.busy, "routing busy");
+    add(c.lostFrames, "lost-message indication(s) reporting " + std::to_string(c.lostMessages) + " lost");
+    add(c.dropped, "dropped");
+    if (!text.empty() && !c.lastProblem.empty())
+        text += " (latest: " + c.lastProblem + ")";
+    return text;
+}
+
 } // namespace LumBus

@@ -150,6 +150,7 @@ public:
     void Stop() override { m_stopped = true; }
 
     const KnxIpRoutingCounters& Counters() const { return m_counters; }
+    std::string Anomalies() const override;
 
 private:
     void StartReceive();

@@ -7,7 +7,6 @@
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/write.hpp>
 
-
 namespace LumBus
 {
 

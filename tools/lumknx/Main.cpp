@@ -152,6 +152,8 @@ void PrintUsage(std::ostream& os)
           "  local:/path/to/socket, ip:host[:port]   knxd's client socket (-u) or TCP port (-i, 6720)\n"
           "  ipt:host[:port]                         a KNXnet/IP tunnel to an interface (port 3671)\n"
           "  iptn:host[:port]                        the same in NAT mode, for clients behind NAT\n"
+          "  ipr:IF[@GROUP[:PORT]]                   KNXnet/IP routing on network interface IF\n"
+          "                                          (224.0.23.12:3671), as source 15.15.255\n"
           "\nexit status: 0 success, 1 some input failed (the reason on standard error),\n"
           "2 usage error or unreadable input\n";
 }

@@ -1,20 +1,20 @@
-# The tunnel cases of run-knxip-tests.sh, sourced inside its namespace: lumknx
-# over ipt:10.99.0.1 against knxd's server, with knxtool and lumknx on knxd's
-# client socket on the other side. Uses $lumknx, $dir, $failed, start_knxd and
-# stop_knxd; counts its cases in tunnel_cases.
-tunnel_cases=0
+# The lumknx cases of run-knxip-tests.sh, sourced inside its namespace: lumknx
+# over ipt:10.99.0.1 and ipr:v0 against knxd's server, with knxtool and lumknx
+# on knxd's client socket on the other side. Uses $lumknx, $dir, $failed, start_knxd and
+# stop_knxd; counts its cases in lumknx_cases.
+lumknx_cases=0
 url=ipt:10.99.0.1
 local_url="local:$dir/sock"
 
-tunnel_result() { # name ok [files to show]
+lumknx_result() { # name ok [files to show]
   local name="$1" ok="$2"
   shift 2
-  tunnel_cases=$((tunnel_cases + 1))
+  lumknx_cases=$((lumknx_cases + 1))
   if [ "$ok" -eq 1 ]; then
-    echo "ok      tunnel: $name"
+    echo "ok      lumknx: $name"
   else
     failed=$((failed + 1))
-    echo "FAILED  tunnel: $name"
+    echo "FAILED  lumknx: $name"
     for f in "$@"; do sed "s|^|        $(basename "$f"): |" "$f" || true; done
   fi
 }
@@ -51,7 +51,7 @@ for i in "${!writes[@]}"; do
   ok=1
   [ "${write_status[$i]}" -eq 0 ] || ok=0
   grep -Eq "^Write from [0-9.]+ to $ga: $bytes ?\$" "$dir/listen" || ok=0
-  tunnel_result "write $dpt '$value' to $ga through ${through:-$url} arrives as $bytes" "$ok" "$dir/err-$i" "$dir/listen"
+  lumknx_result "write $dpt '$value' to $ga through ${through:-$url} arrives as $bytes" "$ok" "$dir/err-$i" "$dir/listen"
 done
 echo "        (${#writes[@]} confirmed writes, each with its own tunnel, in $write_ms ms)"
 
@@ -67,7 +67,7 @@ ok=1
 [ "$status" -eq 0 ] || ok=0
 grep -Eq '1/3/1 +write +9\.001 +21\.5 °C +0C 33' "$dir/mon" || ok=0
 grep -Eq '1/3/2 +write +9\.001 +5 °C +01 F4' "$dir/mon" || ok=0
-tunnel_result "monitor decodes what knxd's clients write" "$ok" "$dir/mon" "$dir/mon-err"
+lumknx_result "monitor decodes what knxd's clients write" "$ok" "$dir/mon" "$dir/mon-err"
 
 # A read through the tunnel, answered by a virtual device on knxd's socket...
 printf '1/4/1 9.001 21.5\n' >"$dir/values"
@@ -80,7 +80,7 @@ wait "$server" || true
 ok=1
 [ "$status" -eq 0 ] || ok=0
 grep -Eq '^21\.5	' "$dir/out" || ok=0
-tunnel_result "read through the tunnel is answered" "$ok" "$dir/out" "$dir/err" "$dir/serve"
+lumknx_result "read through the tunnel is answered" "$ok" "$dir/out" "$dir/err" "$dir/serve"
 
 # ... and a virtual device on the tunnel answering a read from knxd's socket.
 printf '1/4/2 9.001 -7.5\n' >"$dir/values"
@@ -94,7 +94,7 @@ wait "$server" || serve_status=$?
 ok=1
 [ "$status" -eq 0 ] && [ "$serve_status" -eq 0 ] || ok=0
 grep -Eq '^-7\.5	' "$dir/out" || ok=0
-tunnel_result "serve on the tunnel answers knxd's client" "$ok" "$dir/out" "$dir/err" "$dir/serve"
+lumknx_result "serve on the tunnel answers knxd's client" "$ok" "$dir/out" "$dir/err" "$dir/serve"
 
 # knxd restarts under a running monitor: it makes a new tunnel, or with
 # --no-reconnect ends with exit status 2.
@@ -117,11 +117,11 @@ for mode in reconnect no-reconnect; do
     [ "$status" -eq 0 ] || ok=0
     grep -Eq '1/5/1 +write' "$dir/mon" || ok=0
     grep -Eq '^lumknx: bus: .*1 reconnect' "$dir/mon-err" || ok=0
-    tunnel_result "a monitor survives a restart of knxd" "$ok" "$dir/mon" "$dir/mon-err"
+    lumknx_result "a monitor survives a restart of knxd" "$ok" "$dir/mon" "$dir/mon-err"
   else
     [ "$status" -eq 2 ] || ok=0
     grep -Eq '^lumknx: connection lost: ' "$dir/mon-err" || ok=0
-    tunnel_result "with --no-reconnect a restart ends the monitor (exit 2)" "$ok" "$dir/mon" "$dir/mon-err"
+    lumknx_result "with --no-reconnect a restart ends the monitor (exit 2)" "$ok" "$dir/mon" "$dir/mon-err"
   fi
 done
 
@@ -131,4 +131,29 @@ timeout 20 "$lumknx" write ipt:10.99.0.1:3672 1/2/1 1 --dpt 1.001 >"$dir/out" 2>
 ok=1
 [ "$status" -eq 2 ] || ok=0
 grep -qx "lumknx: no KNXnet/IP server answered at 'ipt:10.99.0.1:3672' within 10000 ms" "$dir/err" || ok=0
-tunnel_result "a port where no server listens: exit 2 in words" "$ok" "$dir/err"
+lumknx_result "a port where no server listens: exit 2 in words" "$ok" "$dir/err"
+
+# Routing: lumknx joins 224.0.23.12 on v0 beside knxd's server.
+timeout 30 knxtool groupsocketlisten "$local_url" >"$dir/listen" 2>&1 &
+listener=$!
+sleep 0.3
+status=0
+timeout 15 "$lumknx" write ipr:v0 1/6/1 21.5 --dpt 9.001 >"$dir/out" 2>"$dir/err" || status=$?
+sleep 0.5
+kill "$listener" 2>/dev/null || true
+wait "$listener" 2>/dev/null || true
+ok=1
+[ "$status" -eq 0 ] || ok=0
+grep -Eq '^Write from 15\.15\.255 to 1/6/1: 0C 33 ?$' "$dir/listen" || ok=0
+lumknx_result "write through routing arrives from 15.15.255 as 0C 33" "$ok" "$dir/err" "$dir/listen"
+
+timeout 20 "$lumknx" monitor ipr:v0 --dpt 9.001 --count 1 --timeout 15000 >"$dir/mon" 2>"$dir/mon-err" &
+monitor=$!
+sleep 1
+knxtool groupwrite "$local_url" 1/6/2 0C 33 >/dev/null
+status=0
+wait "$monitor" || status=$?
+ok=1
+[ "$status" -eq 0 ] || ok=0
+grep -Eq '1/6/2 +write +9\.001 +21\.5 °C +0C 33' "$dir/mon" || ok=0
+lumknx_result "monitor on routing decodes what knxd's clients write" "$ok" "$dir/mon" "$dir/mon-err"
