@@ -164,9 +164,13 @@ void KnxdConnection::StartRead()
     if (m_reading || !m_readError.empty())
         return;
     m_reading = true;
+    std::weak_ptr<bool> alive = m_alive;
     m_socket.async_read_some(boost::asio::buffer(m_readBuffer),
-                             [this](const boost::system::error_code& ec, std::size_t size)
+                             [this, alive](const boost::system::error_code& ec, std::size_t size)
                              {
+                                 // Destroyed meanwhile: the io_context runs on for others.
+                                 if (alive.expired())
+                                     return;
                                  m_reading = false;
                                  if (ec == boost::asio::error::eof)
                                      m_readError = "knxd at '" + m_url + "' closed the connection";

@@ -19,6 +19,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -117,6 +118,8 @@ private:
     KnxdMessageParser m_parser;
     std::array<std::uint8_t, 64 * 1024> m_readBuffer{};
     bool m_reading = false;
+    // A read still pending when the connection goes finds it expired.
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
     bool m_stopped = false;
     std::string m_readError; // set when the read side ended
 };
