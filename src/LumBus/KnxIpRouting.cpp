@@ -187,7 +187,8 @@ std::vector<std::uint8_t> EncodeRoutingTelegram(const GroupTelegram& telegram, s
 }
 
 KnxIpRouting::KnxIpRouting(boost::asio::io_context& io, const std::string& url, KnxIpRoutingOptions options)
-    : m_io(io), m_options(options), m_receiver(io), m_sender(io), m_random(std::random_device{}())
+    : m_io(io), m_options(options), m_receiver(io), m_sender(io), m_inbox(options.inboxLimit),
+      m_random(std::random_device{}())
 {
     const KnxIpRoutingUrl where = ParseKnxIpRoutingUrl(url);
     m_group = udp::endpoint(Address(where.group), where.port);
@@ -313,14 +314,11 @@ void KnxIpRouting::Handle(std::size_t size)
         ++m_counters.ownEchoes;
         break;
     case RoutingDatagram::Kind::Telegram:
-        if (m_inbox.size() >= m_options.inboxLimit)
-            Problem(m_counters.dropped, "a telegram from " + Endpoint(m_from) + " dropped: " +
-                                            std::to_string(m_inbox.size()) + " wait to be received");
-        else
-        {
-            m_inbox.push_back(std::move(in.telegram));
+        if (m_inbox.Push(std::move(in.telegram)))
             ++m_counters.received;
-        }
+        else
+            Problem(m_counters.dropped, "a telegram from " + Endpoint(m_from) + " dropped: " +
+                                            std::to_string(m_inbox.Size()) + " wait to be received");
         break;
     case RoutingDatagram::Kind::Busy:
         m_pacer.Busy(Clock::now(), std::chrono::milliseconds(in.busy.waitTimeMs),
@@ -351,12 +349,8 @@ ReceiveStatus KnxIpRouting::Receive(ReceivedTelegram& out, std::optional<Clock::
     {
         if (m_stopped)
             return ReceiveStatus::Stopped;
-        if (!m_inbox.empty())
-        {
-            out = std::move(m_inbox.front());
-            m_inbox.pop_front();
+        if (m_inbox.Take(out))
             return ReceiveStatus::Telegram;
-        }
         if (deadline && Clock::now() >= *deadline)
             return ReceiveStatus::Timeout;
         RunOnce(deadline);
@@ -366,21 +360,15 @@ ReceiveStatus KnxIpRouting::Receive(ReceivedTelegram& out, std::optional<Clock::
 std::string KnxIpRouting::Anomalies() const
 {
     const KnxIpRoutingCounters& c = m_counters;
-    std::string text;
-    const auto add = [&](std::uint64_t count, const std::string& what)
-    {
-        if (count != 0)
-            text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + what;
-    };
-    add(c.malformed, "malformed");
-    add(c.badCemi, "with bad cEMI");
-    add(c.other, "of other services");
-    add(c.busy, "routing busy");
-    add(c.lostFrames, "lost-message indication(s) reporting " + std::to_string(c.lostMessages) + " lost");
-    add(c.dropped, "dropped");
-    if (!text.empty() && !c.lastProblem.empty())
-        text += " (latest: " + c.lastProblem + ")";
-    return text;
+    return AnomalyLine()
+        .Count(c.malformed, "malformed")
+        .Count(c.badCemi, "with bad cEMI")
+        .Count(c.other, "of other services")
+        .Count(c.busy, "routing busy")
+        .Count(c.lostFrames,
+               "lost-message indication(s) reporting " + std::to_string(c.lostMessages) + " lost")
+        .Count(c.dropped, "dropped")
+        .Latest(c.lastProblem);
 }
 
 } // namespace LumBus

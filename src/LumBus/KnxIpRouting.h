@@ -12,6 +12,7 @@
 //     const LumBus::KnxIpRoutingCounters& c = bus.Counters();   // what went wrong, never fatal
 #include "LumBus/KnxIpFrame.h"
 #include "LumBus/KnxdConnection.h"
+#include "LumBus/TelegramInbox.h"
 
 #include <boost/asio/ip/udp.hpp>
 
@@ -171,7 +172,7 @@ private:
     bool m_receiving = false;
     bool m_stopped = false;
     std::string m_receiveError;
-    std::deque<ReceivedTelegram> m_inbox;
+    TelegramInbox m_inbox;
     RoutingPacer m_pacer;
     std::minstd_rand m_random;
     KnxIpRoutingCounters m_counters;

@@ -14,8 +14,6 @@ namespace
 {
 constexpr std::string_view kTunnelPrefix = "ipt:";
 constexpr std::string_view kNatTunnelPrefix = "iptn:";
-// Telegrams that came in while nobody received; beyond this they are counted and dropped.
-constexpr std::size_t kMaxInbox = 65536;
 // Connection-state requests without an answer before the tunnel counts as lost.
 constexpr int kHeartbeatTries = 3;
 // How long a disconnect waits for the server's answer.
@@ -123,22 +121,15 @@ KnxIpTunnel::~KnxIpTunnel()
 std::string KnxIpTunnel::Anomalies() const
 {
     const KnxIpTunnelCounters& c = m_counters;
-    std::string text;
-    const auto add = [&](std::uint64_t count, const char* what)
-    {
-        if (count != 0)
-            text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + what;
-    };
-    add(c.malformed, "malformed");
-    add(c.duplicates, "duplicate");
-    add(c.outOfSequence, "out of sequence");
-    add(c.unexpected, "unexpected");
-    add(c.resends, "resent");
-    add(c.reconnects, "reconnect(s)");
-    add(c.dropped, "dropped");
-    if (!text.empty())
-        text += " (latest: " + c.lastProblem + ")";
-    return text;
+    return AnomalyLine()
+        .Count(c.malformed, "malformed")
+        .Count(c.duplicates, "duplicate")
+        .Count(c.outOfSequence, "out of sequence")
+        .Count(c.unexpected, "unexpected")
+        .Count(c.resends, "resent")
+        .Count(c.reconnects, "reconnect(s)")
+        .Count(c.dropped, "dropped")
+        .Latest(c.lastProblem);
 }
 
 template <typename Done> bool KnxIpTunnel::Wait(Clock::time_point deadline, Done done)
@@ -329,10 +320,9 @@ void KnxIpTunnel::OnTunnellingRequest(const TunnellingRequest& request)
     if (frame.messageCode != kCemiLDataInd)
         return Problem(m_counters.unexpected,
                        "an " + CemiMessageName(frame.messageCode) + " from the server");
-    if (m_inbox.size() >= kMaxInbox)
-        return Problem(m_counters.dropped, "a telegram to " + FormatGroupAddress(frame.destination) +
-                                               " while " + std::to_string(kMaxInbox) + " waited unread");
-    m_inbox.push_back(ToReceivedTelegram(frame));
+    if (!m_inbox.Push(ToReceivedTelegram(frame)))
+        Problem(m_counters.dropped, "a telegram to " + FormatGroupAddress(frame.destination) + " while " +
+                                        std::to_string(kTunnelInboxLimit) + " waited unread");
 }
 
 void KnxIpTunnel::StartHeartbeat(std::chrono::milliseconds after)
@@ -419,17 +409,13 @@ ReceiveStatus KnxIpTunnel::Receive(ReceivedTelegram& out, std::optional<Clock::t
     {
         if (m_stopped)
             return ReceiveStatus::Stopped;
-        if (!m_inbox.empty())
-        {
-            out = std::move(m_inbox.front());
-            m_inbox.pop_front();
+        if (m_inbox.Take(out))
             return ReceiveStatus::Telegram;
-        }
         if (!m_connected || !m_lost.empty())
             Recover();
         if (Clock::now() >= until)
             return ReceiveStatus::Timeout;
-        Wait(until, [&] { return !m_inbox.empty() || m_stopped || !m_lost.empty(); });
+        Wait(until, [&] { return !m_inbox.Empty() || m_stopped || !m_lost.empty(); });
     }
 }
 

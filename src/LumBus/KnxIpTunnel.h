@@ -10,6 +10,7 @@
 #include "LumBus/Cemi.h"
 #include "LumBus/KnxIpFrame.h"
 #include "LumBus/KnxdConnection.h"
+#include "LumBus/TelegramInbox.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/udp.hpp>
@@ -63,6 +64,9 @@ struct KnxIpTunnelCounters
     std::uint64_t dropped = 0; // telegrams that came while the inbox was full
     std::string lastProblem;   // one line about the latest of the above
 };
+
+// Telegrams kept while nobody receives; beyond this they are counted and dropped.
+constexpr std::size_t kTunnelInboxLimit = 65536;
 
 class KnxIpTunnel final : public GroupConnection
 {
@@ -140,7 +144,7 @@ private:
     std::optional<CemiLData> m_confirmation;
     bool m_disconnected = false;
 
-    std::deque<ReceivedTelegram> m_inbox;
+    TelegramInbox m_inbox{kTunnelInboxLimit};
     KnxIpTunnelCounters m_counters;
 };
 
