@@ -69,32 +69,21 @@ grep -Eq '1/3/1 +write +9\.001 +21\.5 °C +0C 33' "$dir/mon" || ok=0
 grep -Eq '1/3/2 +write +9\.001 +5 °C +01 F4' "$dir/mon" || ok=0
 lumknx_result "monitor decodes what knxd's clients write" "$ok" "$dir/mon" "$dir/mon-err"
 
-# A read through the tunnel, answered by a virtual device on knxd's socket...
-printf '1/4/1 9.001 21.5\n' >"$dir/values"
-timeout 20 "$lumknx" serve "$local_url" --values "$dir/values" --count 1 --timeout 15000 >"$dir/serve" 2>&1 &
-server=$!
-sleep 0.5
-status=0
-timeout 15 "$lumknx" read "$url" 1/4/1 --dpt 9.001 >"$dir/out" 2>"$dir/err" || status=$?
-wait "$server" || true
-ok=1
-[ "$status" -eq 0 ] || ok=0
-grep -Eq '^21\.5	' "$dir/out" || ok=0
-lumknx_result "read through the tunnel is answered" "$ok" "$dir/out" "$dir/err" "$dir/serve"
-
-# ... and a virtual device on the tunnel answering a read from knxd's socket.
-printf '1/4/2 9.001 -7.5\n' >"$dir/values"
-timeout 20 "$lumknx" serve "$url" --values "$dir/values" --count 1 --timeout 15000 >"$dir/serve" 2>&1 &
-server=$!
-sleep 1
-status=0
-timeout 15 "$lumknx" read "$local_url" 1/4/2 --dpt 9.001 >"$dir/out" 2>"$dir/err" || status=$?
-serve_status=0
-wait "$server" || serve_status=$?
-ok=1
-[ "$status" -eq 0 ] && [ "$serve_status" -eq 0 ] || ok=0
-grep -Eq '^-7\.5	' "$dir/out" || ok=0
-lumknx_result "serve on the tunnel answers knxd's client" "$ok" "$dir/out" "$dir/err" "$dir/serve"
+# A read on one side answered by a virtual device (serve) on the other.
+read_served() { # name serve-URL read-URL group-address value
+  local name="$1" serve_url="$2" read_url="$3" ga="$4" value="$5" status=0 serve_status=0 ok=1
+  printf '%s 9.001 %s\n' "$ga" "$value" >"$dir/values"
+  timeout 20 "$lumknx" serve "$serve_url" --values "$dir/values" --count 1 --timeout 15000 >"$dir/serve" 2>&1 &
+  local server=$!
+  sleep 1
+  timeout 15 "$lumknx" read "$read_url" "$ga" --dpt 9.001 >"$dir/out" 2>"$dir/err" || status=$?
+  wait "$server" || serve_status=$?
+  [ "$status" -eq 0 ] && [ "$serve_status" -eq 0 ] || ok=0
+  grep -Eq "^$value	" "$dir/out" || ok=0
+  lumknx_result "$name" "$ok" "$dir/out" "$dir/err" "$dir/serve"
+}
+read_served "read through the tunnel is answered from knxd's socket" "$local_url" "$url" 1/4/1 21.5
+read_served "serve on the tunnel answers knxd's client" "$url" "$local_url" 1/4/2 -7.5
 
 # knxd restarts under a running monitor: it makes a new tunnel, or with
 # --no-reconnect ends with exit status 2.
@@ -157,3 +146,6 @@ ok=1
 [ "$status" -eq 0 ] || ok=0
 grep -Eq '1/6/2 +write +9\.001 +21\.5 °C +0C 33' "$dir/mon" || ok=0
 lumknx_result "monitor on routing decodes what knxd's clients write" "$ok" "$dir/mon" "$dir/mon-err"
+
+read_served "read through routing is answered from knxd's socket" "$local_url" ipr:v0 1/6/3 21.5
+read_served "serve on routing answers knxd's client" ipr:v0 "$local_url" 1/6/4 -7.5
