@@ -578,3 +578,45 @@ TEST(BusKnxIpTunnel, Urls)
     EXPECT_FALSE(IsKnxIpTunnelUrl("ip:10.99.0.1"));
     EXPECT_FALSE(IsKnxIpTunnelUrl("local:/ipt:x"));
 }
+
+// A server that repeats itself without end: every repeat is acked, the
+// telegram is delivered once, and the tunnel goes on.
+TEST(BusKnxIpTunnel, AFloodOfRepeatsIsAckedAndDeliveredOnce)
+{
+    constexpr int kBursts = 20;
+    constexpr int kBurst = 25;
+    const Bytes write = Indication(0x0A03, {0x00, 0x80, 0x0C, 0x33});
+    int acks = 0;
+    ScriptedServer server;
+    server.Run(
+        [&](ScriptedServer& s)
+        {
+            ASSERT_TRUE(s.Accept());
+            for (int burst = 0; burst < kBursts; ++burst)
+            {
+                // Bursts small enough for the socket buffers of both ends.
+                for (int i = 0; i < kBurst; ++i)
+                    s.Indicate(0, write);
+                for (int i = 0; i < kBurst; ++i)
+                    if (const auto frame = s.Next(1000ms);
+                        frame && std::holds_alternative<TunnellingAck>(frame->body))
+                        ++acks;
+            }
+            s.Indicate(1, Indication(0x0A04, {0x00, 0x81}));
+            s.ExpectAck(1);
+            ASSERT_TRUE(s.NextOf<DisconnectRequest>());
+            s.Send(DisconnectResponse{kChannel, kStatusNoError});
+        });
+    {
+        boost::asio::io_context io;
+        KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
+        ReceivedTelegram in;
+        ASSERT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 10s), ReceiveStatus::Telegram);
+        EXPECT_EQ(in.telegram.destination, 0x0A03);
+        ASSERT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 10s), ReceiveStatus::Telegram);
+        EXPECT_EQ(in.telegram.destination, 0x0A04);
+        EXPECT_EQ(tunnel.Counters().duplicates, static_cast<std::uint64_t>(kBursts * kBurst - 1));
+    }
+    server.Join();
+    EXPECT_EQ(acks, kBursts * kBurst);
+}
