@@ -38,7 +38,7 @@ Bytes KnxdLikeResponseBytes()
                0xE0, 0x00, 0x17, 0x0C,                         // 224.0.23.12
                0x02, 0x00, 0x00, 0x00, 0x00, 0x01,             // MAC address
                'k',  'n',  'x',  'd'};                         // name, NUL-padded to 30
-    b.insert(b.end(), 26, 0x00);
+    b.resize(b.size() + 26); // the NUL padding
     b.insert(b.end(), {0x08, 0x02, 0x02, 0x01, 0x04, 0x01, 0x05, 0x01}); // core, tunnelling, routing
     return b;
 }
