@@ -47,7 +47,7 @@ struct Arguments
     std::optional<unsigned long> Number(const std::string& option, unsigned long max) const;
 };
 
-struct OptionSpec
+struct CommandOption
 {
     const char* name;  // "--dpt"
     const char* value; // what it takes ("D"), nullptr for a flag
@@ -59,7 +59,7 @@ struct Command
     const char* synopsis;
     std::string help;
     std::function<int(const Arguments& args)> run;
-    std::vector<OptionSpec> options;
+    std::vector<CommandOption> options;
     // The position among the arguments of one taking any text (encode's and
     // write's VALUE): "-h" there is that text, not a request for help.
     int textArgument = -1;

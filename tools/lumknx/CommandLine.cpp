@@ -185,12 +185,12 @@ CommandLine ParseCommandLine(const std::vector<Command>& commands, const std::ve
         c.app->set_help_flag();
         c.app->fallthrough();
         c.app->add_option("ARGS", c.positional);
-        for (const OptionSpec& spec : command.options)
+        for (const CommandOption& declared : command.options)
         {
-            if (spec.value != nullptr)
-                c.app->add_option(spec.name)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+            if (declared.value != nullptr)
+                c.app->add_option(declared.name)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
             else
-                c.app->add_flag(spec.name)->disable_flag_override();
+                c.app->add_flag(declared.name)->disable_flag_override();
         }
     }
 
@@ -241,17 +241,17 @@ CommandLine ParseCommandLine(const std::vector<Command>& commands, const std::ve
         Arguments& args = line.args;
         args.positional = std::move(c.positional);
         standIns.Restore(args.positional);
-        for (const OptionSpec& spec : c.command->options)
+        for (const CommandOption& declared : c.command->options)
         {
-            const CLI::Option* option = c.app->get_option(spec.name);
+            const CLI::Option* option = c.app->get_option(declared.name);
             if (option->count() > 1 && !line.help)
-                throw UsageError(std::string(spec.name) + " is given twice");
+                throw UsageError(std::string(declared.name) + " is given twice");
             if (option->count() == 0)
                 continue;
-            if (spec.value != nullptr)
-                args.values[spec.name] = option->results().front();
+            if (declared.value != nullptr)
+                args.values[declared.name] = option->results().front();
             else
-                args.flags.insert(spec.name);
+                args.flags.insert(declared.name);
         }
         return line;
     }
