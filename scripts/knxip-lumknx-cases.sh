@@ -19,8 +19,8 @@ lumknx_result() { # name ok [files to show]
   fi
 }
 
-# Every size of value, written through the tunnel (the last in NAT mode), as
-# knxd's bus has it (reference encodings of the standard, not lumknx's own).
+# Every size of value, written through the tunnel (once in NAT mode) and
+# through routing, as knxd's bus has it (reference encodings of the standard, not lumknx's own).
 timeout 60 knxtool groupsocketlisten "$local_url" >"$dir/listen" 2>&1 &
 listener=$!
 sleep 0.3
@@ -33,6 +33,13 @@ writes=(
   "1/2/6|14.056|1000|44 7A 00 00"
   "1/2/7|16.001|KNX is OK|4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00"
   "1/2/8|9.001|21.5|0C 33|iptn:10.99.0.1"
+  "1/7/1|1.001|1|01|ipr:v0"
+  "1/7/2|5.010|200|C8|ipr:v0"
+  "1/7/3|9.001|21.5|0C 33|ipr:v0"
+  "1/7/4|10.001|Wed 13:23:42|6D 17 2A|ipr:v0"
+  "1/7/5|12.001|123456|00 01 E2 40|ipr:v0"
+  "1/7/6|14.056|1000|44 7A 00 00|ipr:v0"
+  "1/7/7|16.001|KNX is OK|4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00|ipr:v0"
 )
 write_status=()
 start=$(date +%s%N)
@@ -53,7 +60,7 @@ for i in "${!writes[@]}"; do
   grep -Eq "^Write from [0-9.]+ to $ga: $bytes ?\$" "$dir/listen" || ok=0
   lumknx_result "write $dpt '$value' to $ga through ${through:-$url} arrives as $bytes" "$ok" "$dir/err-$i" "$dir/listen"
 done
-echo "        (${#writes[@]} confirmed writes, each with its own tunnel, in $write_ms ms)"
+echo "        (${#writes[@]} writes, each with a connection of its own, in $write_ms ms)"
 
 # knxd's writes, decoded by a monitor on the tunnel.
 timeout 20 "$lumknx" monitor "$url" --dpt 9.001 --count 2 --timeout 15000 >"$dir/mon" 2>"$dir/mon-err" &
