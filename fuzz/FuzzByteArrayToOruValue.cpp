@@ -5,12 +5,6 @@
 
 #include <vector>
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    LumFuzz::SetUpLogging();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     LumFuzz::Input in(data, size);

@@ -2,19 +2,13 @@
 // past the message (each input is copied to exactly its size), names an error
 // exactly when it fails, keeps every byte of what it decodes, and a group
 // telegram it finds, sent again, carries the same service and value.
+#include "FuzzSupport.h"
+
 #include "LumBus/Cemi.h"
 
-#include <cstdlib>
 #include <vector>
 
-namespace
-{
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-} // namespace
+using LumFuzz::Check;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -28,7 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     Check(LumBus::EncodeCemi(in.frame) == bytes);
     const LumBus::ReceivedTelegram received = LumBus::ToReceivedTelegram(in.frame);
-    Check(received.telegram.source == in.frame.source && received.telegram.destination == in.frame.destination);
+    Check(received.telegram.source == in.frame.source &&
+          received.telegram.destination == in.frame.destination);
     Check(received.apdu == in.frame.tpdu);
     if (!received.problem.empty())
         return 0;
@@ -38,6 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Check(back.error == LumBus::CemiError::None);
     const LumBus::ReceivedTelegram twice = LumBus::ToReceivedTelegram(back.frame);
     Check(twice.problem.empty() && twice.telegram.service == received.telegram.service &&
-          twice.telegram.data == received.telegram.data && twice.telegram.shortForm == received.telegram.shortForm);
+          twice.telegram.data == received.telegram.data &&
+          twice.telegram.shortForm == received.telegram.shortForm);
     return 0;
 }

@@ -28,12 +28,6 @@ struct Registered
 };
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    LumFuzz::SetUpLogging();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const Registered registered;

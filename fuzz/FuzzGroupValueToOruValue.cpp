@@ -15,12 +15,6 @@ const std::uint16_t kMains[] = {1,  2,   3,   4,   5,   6,   7,   8,   9,   10, 
                                 31, 200, 201, 202, 217, 219, 222, 229, 230, 232, 234, 236, 237, 238};
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    LumFuzz::SetUpLogging();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     LumFuzz::Input in(data, size);

@@ -3,20 +3,17 @@
 // an error exactly when it fails, and what it decodes encodes to a frame that
 // decodes again to the same bytes. The cEMI message inside tunnelling and
 // routing frames goes through the cEMI parser as well.
+#include "FuzzSupport.h"
+
 #include "LumBus/Cemi.h"
 #include "LumBus/KnxIpFrame.h"
 
-#include <cstdlib>
 #include <vector>
+
+using LumFuzz::Check;
 
 namespace
 {
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
 void CheckCemi(const std::vector<std::uint8_t>& cemi)
 {
     const std::vector<std::uint8_t> copy(cemi);

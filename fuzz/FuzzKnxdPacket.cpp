@@ -2,11 +2,14 @@
 // input itself: the parser never crashes, never holds more than one message
 // plus one piece, agrees with a parse of the whole stream at once, and every
 // group packet's APDU decodes or is refused without reading past its end.
+#include "FuzzSupport.h"
+
 #include "LumBus/Apdu.h"
 #include "LumBus/KnxdProtocol.h"
 
-#include <cstdlib>
 #include <vector>
+
+using LumFuzz::Check;
 
 namespace
 {
@@ -16,12 +19,6 @@ std::vector<LumBus::KnxdMessage> Drain(LumBus::KnxdMessageParser& parser)
     while (auto m = parser.Next())
         out.push_back(std::move(*m));
     return out;
-}
-
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
 }
 } // namespace
 

@@ -45,12 +45,6 @@ long ParsedDepth(std::vector<char> text)
 }
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    LumFuzz::SetUpLogging();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     std::vector<char> text(data, data + size);

@@ -6,20 +6,9 @@
 
 #include <string>
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    LumFuzz::SetUpLogging();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const Lum::LumKnxValueConverter converter = []
-    {
-        Lum::LumKnxValueConverter c;
-        c.Init();
-        return c;
-    }();
+    const auto& converter = LumFuzz::Initialised<Lum::LumKnxValueConverter>();
     LumFuzz::Input in(data, size);
     const std::uint8_t main = in.Byte();
     const std::uint8_t sub = in.Byte();

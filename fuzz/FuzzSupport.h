@@ -8,12 +8,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 namespace LumFuzz
 {
 
 // Logs everything into a null appender, so that the formatting of every
-// message runs on fuzzed input too.
+// message runs on fuzzed input too. FuzzLogging.cpp calls it for the targets
+// CMake links it to.
 inline void SetUpLogging()
 {
     static log4cplus::Initializer* const initializer = new log4cplus::Initializer;
@@ -23,6 +25,25 @@ inline void SetUpLogging()
     logger.removeAllAppenders();
     logger.addAppender(log4cplus::SharedAppenderPtr(new log4cplus::NullAppender));
     logger.setLogLevel(log4cplus::TRACE_LOG_LEVEL);
+}
+
+// A property every input must keep; a crash is what the fuzzer reports.
+inline void Check(bool condition)
+{
+    if (!condition)
+        std::abort();
+}
+
+// One converter of type T, set up on first use and shared by every input.
+template <typename Converter> const Converter& Initialised()
+{
+    static const Converter converter = []
+    {
+        Converter c;
+        c.Init();
+        return c;
+    }();
+    return converter;
 }
 
 // Hands out the fuzzer's bytes front to back; past the end it yields zeros.

@@ -12,20 +12,9 @@
 #include <cstdlib>
 #include <string_view>
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    LumFuzz::SetUpLogging();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const Lum::KnxValueConverter converter = []
-    {
-        Lum::KnxValueConverter c;
-        c.Init();
-        return c;
-    }();
+    const auto& converter = LumFuzz::Initialised<Lum::KnxValueConverter>();
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     LumKnx::TraceParser parser;
     LumKnx::TraceLine line;
