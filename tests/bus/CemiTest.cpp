@@ -2,6 +2,8 @@
 // group telegrams they carry, and every malformation of their lengths.
 #include "LumBus/Cemi.h"
 
+#include "BusTables.h"
+
 #include <gtest/gtest.h>
 
 using namespace LumBus;
@@ -105,16 +107,7 @@ TEST(BusCemi, DecodesDataMessages)
 
 TEST(BusCemi, GroupRequestsAreStandardFramesUpToFifteenNpduBytes)
 {
-    struct Case
-    {
-        const char* name;
-        std::uint16_t destination;
-        GroupService service;
-        Bytes data;
-        bool shortForm;
-        std::uint16_t source;
-        Bytes bytes;
-    } const cases[] = {
+    const LumTest::GroupRequestCase cases[] = {
         {"9.001 21.5 to 1/0/1",
          0x0801,
          GroupService::Write,
@@ -144,15 +137,10 @@ TEST(BusCemi, GroupRequestsAreStandardFramesUpToFifteenNpduBytes)
          0,
          {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x08, 0x01, 0x02, 0x00, 0x40, 0x2A}},
     };
-    for (const Case& c : cases)
+    for (const LumTest::GroupRequestCase& c : cases)
     {
         SCOPED_TRACE(c.name);
-        GroupTelegram telegram;
-        telegram.destination = c.destination;
-        telegram.service = c.service;
-        telegram.data = c.data;
-        telegram.shortForm = c.shortForm;
-        EXPECT_EQ(EncodeCemi(MakeGroupRequest(telegram, c.source)), c.bytes);
+        EXPECT_EQ(EncodeCemi(MakeGroupRequest(c.Telegram(), c.source)), c.bytes);
     }
 
     // 14 data bytes make an NPDU of 15: the last standard frame; 15 need an extended one.
@@ -186,13 +174,7 @@ TEST(BusCemi, EncoderRefusesWhatDoesNotFit)
 
 TEST(BusCemi, EveryMalformationIsNamed)
 {
-    struct Case
-    {
-        const char* name;
-        Bytes bytes;
-        CemiError error;
-        const char* detail;
-    } const cases[] = {
+    const LumTest::Malformation<CemiError> cases[] = {
         {"empty", {}, CemiError::Truncated, "cEMI message of 0 byte(s)"},
         {"message code alone", {0x29}, CemiError::Truncated, "cEMI message of 1 byte(s)"},
         {"bus monitor indication",
@@ -232,14 +214,8 @@ TEST(BusCemi, EveryMalformationIsNamed)
          CemiError::LengthMismatch,
          "NPDU length 1 but 4 TPDU byte(s) received"},
     };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        const CemiDecoded in = DecodeCemi(c.bytes.data(), c.bytes.size());
-        EXPECT_EQ(in.error, c.error) << CemiErrorName(in.error);
-        EXPECT_EQ(in.detail, c.detail);
-        EXPECT_TRUE(in.frame.tpdu.empty());
-    }
+    LumTest::ExpectEachNamed(cases, DecodeCemi, CemiErrorName,
+                             [](const CemiDecoded& in) { EXPECT_TRUE(in.frame.tpdu.empty()); });
     EXPECT_STREQ(CemiErrorName(CemiError::BadAdditionalInfo), "bad additional info");
     EXPECT_EQ(CemiMessageName(kCemiLDataCon), "L_Data.con");
     EXPECT_EQ(CemiMessageName(0x2B), "message code 0x2B");

@@ -2,6 +2,8 @@
 // field; and every malformation a datagram can carry.
 #include "LumBus/KnxIpFrame.h"
 
+#include "BusTables.h"
+
 #include <gtest/gtest.h>
 
 using namespace LumBus;
@@ -31,14 +33,14 @@ SearchResponse KnxdLikeResponse()
 
 Bytes KnxdLikeResponseBytes()
 {
-    Bytes b = {0x06, 0x10, 0x02, 0x02, 0x00, 0x4C,             // header, 76 bytes
-               0x08, 0x01, 0x0A, 0x63, 0x00, 0x01, 0x0E, 0x57, // control endpoint
-               0x36, 0x01, 0x02, 0x00, 0x00, 0x01, 0x00, 0x00, // device info: TP1, 0.0.1
-               0x00, 0x01, 0x02, 0x03, 0x04, 0x05,             // serial number
-               0xE0, 0x00, 0x17, 0x0C,                         // 224.0.23.12
-               0x02, 0x00, 0x00, 0x00, 0x00, 0x01,             // MAC address
-               'k',  'n',  'x',  'd'};                         // name, NUL-padded to 30
-    b.resize(b.size() + 26); // the NUL padding
+    Bytes b = {0x06, 0x10, 0x02, 0x02, 0x00, 0x4C,                       // header, 76 bytes
+               0x08, 0x01, 0x0A, 0x63, 0x00, 0x01, 0x0E, 0x57,           // control endpoint
+               0x36, 0x01, 0x02, 0x00, 0x00, 0x01, 0x00, 0x00,           // device info: TP1, 0.0.1
+               0x00, 0x01, 0x02, 0x03, 0x04, 0x05,                       // serial number
+               0xE0, 0x00, 0x17, 0x0C,                                   // 224.0.23.12
+               0x02, 0x00, 0x00, 0x00, 0x00, 0x01,                       // MAC address
+               'k',  'n',  'x',  'd'};                                   // name, NUL-padded to 30
+    b.resize(b.size() + 26);                                             // the NUL padding
     b.insert(b.end(), {0x08, 0x02, 0x02, 0x01, 0x04, 0x01, 0x05, 0x01}); // core, tunnelling, routing
     return b;
 }
@@ -237,13 +239,7 @@ TEST(BusKnxIpFrame, EncoderRefusesWhatDoesNotFit)
 
 TEST(BusKnxIpFrame, EveryMalformationIsNamed)
 {
-    struct Case
-    {
-        const char* name;
-        Bytes bytes;
-        KnxIpError error;
-        const char* detail;
-    } const cases[] = {
+    const LumTest::Malformation<KnxIpError> cases[] = {
         {"empty", {}, KnxIpError::Truncated, "datagram of 0 byte(s) is shorter than the 6-byte header"},
         {"half a header",
          {0x06, 0x10, 0x02, 0x01, 0x00},
@@ -368,13 +364,7 @@ TEST(BusKnxIpFrame, EveryMalformationIsNamed)
          KnxIpError::BadBody,
          "routing lost message: lost message information needs 4 byte(s), 3 left"},
     };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        const KnxIpFrame frame = DecodeKnxIpFrame(c.bytes.data(), c.bytes.size());
-        EXPECT_EQ(frame.error, c.error) << KnxIpErrorName(frame.error);
-        EXPECT_EQ(frame.detail, c.detail);
-    }
+    LumTest::ExpectEachNamed(cases, DecodeKnxIpFrame, KnxIpErrorName);
     EXPECT_STREQ(KnxIpErrorName(KnxIpError::Truncated), "truncated");
     EXPECT_STREQ(KnxIpErrorName(KnxIpError::BadVersion), "bad protocol version");
     EXPECT_STREQ(KnxIpErrorName(KnxIpError::UnknownService), "unknown service type");

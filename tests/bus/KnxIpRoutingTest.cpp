@@ -3,6 +3,8 @@
 // server's datagrams on the same host) and its flow control over time.
 #include "LumBus/KnxIpRouting.h"
 
+#include "BusTables.h"
+
 #include <gtest/gtest.h>
 
 using namespace LumBus;
@@ -83,16 +85,7 @@ TEST(BusKnxIpRouting, RejectsBadUrlsSayingWhy)
 
 TEST(BusKnxIpRouting, EncodesIndications)
 {
-    struct Case
-    {
-        const char* name;
-        std::uint16_t destination;
-        GroupService service;
-        Bytes data;
-        bool shortForm;
-        std::uint16_t source;
-        Bytes bytes;
-    } const cases[] = {
+    const LumTest::GroupRequestCase cases[] = {
         {"write 0C 33 to 1/2/3 from 15.15.255",
          0x0A03,
          GroupService::Write,
@@ -126,15 +119,10 @@ TEST(BusKnxIpRouting, EncodesIndications)
          {0x06, 0x10, 0x05, 0x30, 0x00, 0x12, 0x29, 0x00, 0xBC, 0xE0, 0x11, 0x05, 0x08, 0x01, 0x02, 0x00,
           0x40, 0x2A}},
     };
-    for (const Case& c : cases)
+    for (const LumTest::GroupRequestCase& c : cases)
     {
         SCOPED_TRACE(c.name);
-        GroupTelegram telegram;
-        telegram.destination = c.destination;
-        telegram.service = c.service;
-        telegram.data = c.data;
-        telegram.shortForm = c.shortForm;
-        EXPECT_EQ(EncodeRoutingTelegram(telegram, c.source), c.bytes);
+        EXPECT_EQ(EncodeRoutingTelegram(c.Telegram(), c.source), c.bytes);
     }
     // 15 data bytes no longer fit a standard frame: control field 1 says extended.
     const Bytes longer =
