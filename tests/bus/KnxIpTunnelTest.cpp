@@ -122,10 +122,24 @@ public:
             EXPECT_EQ(ack->status, kStatusNoError);
         }
     }
+    // Takes the client's disconnect request and confirms it on `channel`.
+    std::optional<DisconnectRequest> Release(std::uint8_t channel = kChannel)
+    {
+        auto request = NextOf<DisconnectRequest>();
+        if (request)
+            Send(DisconnectResponse{channel, kStatusNoError});
+        return request;
+    }
     // Sends the cEMI message in a tunnelling request.
     void Indicate(std::uint8_t sequence, const Bytes& cemi, std::uint8_t channel = kChannel)
     {
         Send(TunnellingRequest{channel, sequence, cemi});
+    }
+    // Indicates and takes the client's ack.
+    void Deliver(std::uint8_t sequence, const Bytes& cemi)
+    {
+        Indicate(sequence, cemi);
+        ExpectAck(sequence);
     }
 
 private:
@@ -144,6 +158,22 @@ KnxIpTunnelTimes FastTimes()
     times.confirm = 1000ms;
     return times;
 }
+
+// A tunnel client of the server, on an io_context of its own.
+struct Client
+{
+    explicit Client(const ScriptedServer& server, bool reconnect = true, KnxIpTunnelTimes times = FastTimes())
+        : tunnel(io, server.Url(), reconnect, times)
+    {
+    }
+    ReceiveStatus Receive(ReceivedTelegram& in, std::chrono::milliseconds timeout)
+    {
+        return tunnel.Receive(in, std::chrono::steady_clock::now() + timeout);
+    }
+
+    boost::asio::io_context io;
+    KnxIpTunnel tunnel;
+};
 
 // L_Data.con of a request, as the interface sends it back with its own address.
 Bytes Confirmation(Bytes request, bool positive = true)
@@ -242,22 +272,19 @@ TEST(BusKnxIpTunnel, WritesEachSizeOfValueAndWaitsForItsConfirmation)
                     0x04, kChannel, sequence, 0x00};
                 frame.insert(frame.end(), c.cemi.begin(), c.cemi.end());
                 EXPECT_EQ(s.Last(), frame) << "telegram " << int(sequence);
-                s.Indicate(sequence, Confirmation(c.cemi));
-                s.ExpectAck(sequence);
+                s.Deliver(sequence, Confirmation(c.cemi));
                 ++sequence;
             }
-            const auto disconnect = s.NextOf<DisconnectRequest>();
+            const auto disconnect = s.Release();
             ASSERT_TRUE(disconnect);
             EXPECT_EQ(disconnect->channel, kChannel);
-            s.Send(DisconnectResponse{kChannel, kStatusNoError});
         });
     {
-        boost::asio::io_context io;
-        KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
-        EXPECT_EQ(tunnel.IndividualAddress(), kTunnelAddress);
+        Client client(server);
+        EXPECT_EQ(client.tunnel.IndividualAddress(), kTunnelAddress);
         for (const WriteCase& c : cases)
-            EXPECT_NO_THROW(tunnel.Send(c.telegram));
-        EXPECT_EQ(tunnel.Anomalies(), "");
+            EXPECT_NO_THROW(client.tunnel.Send(c.telegram));
+        EXPECT_EQ(client.tunnel.Anomalies(), "");
     }
     server.Join();
 }
@@ -272,20 +299,18 @@ TEST(BusKnxIpTunnel, ANegativeOrMissingConfirmationIsAnError)
             ASSERT_TRUE(s.Accept());
             auto request = s.AckNext();
             ASSERT_TRUE(request);
-            s.Indicate(0, Confirmation(request->cemi, false));
-            s.ExpectAck(0);
+            s.Deliver(0, Confirmation(request->cemi, false));
             // The second goes unconfirmed.
             ASSERT_TRUE(s.AckNext());
         });
-    boost::asio::io_context io;
-    KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
+    Client client(server);
     const std::string at = "the KNXnet/IP interface at '" + server.Url() + "' ";
     for (const std::string& expected : {at + "could not send the telegram to 1/2/3 (negative confirmation)",
                                         at + "did not confirm the telegram to 1/2/3 within 1000 ms"})
     {
         try
         {
-            tunnel.Send(write);
+            client.tunnel.Send(write);
             ADD_FAILURE() << "no error";
         }
         catch (const BusError& e)
@@ -326,10 +351,9 @@ TEST(BusKnxIpTunnel, ConnectingFailsInWords)
     {
         ScriptedServer server;
         server.Run(c.script);
-        boost::asio::io_context io;
         try
         {
-            KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
+            Client client(server);
             ADD_FAILURE() << c.name << ": connected";
         }
         catch (const BusError& e)
@@ -360,14 +384,11 @@ TEST(BusKnxIpTunnel, ResendsOnceThenReconnects)
                 auto again = s.AckNext();
                 ASSERT_TRUE(again);
                 EXPECT_EQ(again->sequence, first->sequence);
-                s.Indicate(0, Confirmation(again->cemi));
-                s.ExpectAck(0);
+                s.Deliver(0, Confirmation(again->cemi));
                 // Second telegram: neither is acked.
                 ASSERT_TRUE(s.NextOf<TunnellingRequest>());
                 ASSERT_TRUE(s.NextOf<TunnellingRequest>());
-                const auto disconnect = s.NextOf<DisconnectRequest>();
-                ASSERT_TRUE(disconnect);
-                s.Send(DisconnectResponse{kChannel, kStatusNoError});
+                ASSERT_TRUE(s.Release());
                 if (!reconnect)
                     return;
                 ASSERT_TRUE(s.Accept(kChannel + 1));
@@ -378,25 +399,23 @@ TEST(BusKnxIpTunnel, ResendsOnceThenReconnects)
                 s.Send(TunnellingAck{kChannel + 1, 0, kStatusNoError});
                 s.Indicate(0, Confirmation(resent->cemi), kChannel + 1);
                 s.Next(); // its ack
-                ASSERT_TRUE(s.NextOf<DisconnectRequest>());
-                s.Send(DisconnectResponse{kChannel + 1, kStatusNoError});
+                ASSERT_TRUE(s.Release(kChannel + 1));
             });
         {
-            boost::asio::io_context io;
-            KnxIpTunnel tunnel(io, server.Url(), reconnect, FastTimes());
-            EXPECT_NO_THROW(tunnel.Send(write));
-            EXPECT_EQ(tunnel.Counters().resends, 1u);
+            Client client(server, reconnect);
+            EXPECT_NO_THROW(client.tunnel.Send(write));
+            EXPECT_EQ(client.tunnel.Counters().resends, 1u);
             if (reconnect)
             {
-                EXPECT_NO_THROW(tunnel.Send(write));
-                EXPECT_EQ(tunnel.Counters().reconnects, 1u);
-                EXPECT_EQ(tunnel.Counters().resends, 2u);
+                EXPECT_NO_THROW(client.tunnel.Send(write));
+                EXPECT_EQ(client.tunnel.Counters().reconnects, 1u);
+                EXPECT_EQ(client.tunnel.Counters().resends, 2u);
             }
             else
             {
                 try
                 {
-                    tunnel.Send(write);
+                    client.tunnel.Send(write);
                     ADD_FAILURE() << "sent without a tunnel";
                 }
                 catch (const BusError& e)
@@ -423,41 +442,36 @@ TEST(BusKnxIpTunnel, ReceivesEachTelegramOnceAndCountsWhatIsWrong)
         [&](ScriptedServer& s)
         {
             ASSERT_TRUE(s.Accept());
-            s.Indicate(0, write);
-            s.ExpectAck(0);
-            s.Indicate(0, write); // our ack "was lost": acked again
-            s.ExpectAck(0);
+            s.Deliver(0, write);
+            s.Deliver(0, write);                 // our ack "was lost": acked again
             s.Indicate(5, write);                // out of sequence: dropped without an ack
             s.SendRaw({0x06, 0x10, 0x04, 0x20}); // truncated
             s.SendRaw({0x06, 0x10, 0x04, 0x20, 0x00, 0x40, 0x04, 0x15});             // lies about its length
             s.SendRaw({0x06, 0x10, 0x09, 0x99, 0x00, 0x06});                         // unknown service
             s.SendRaw({0x06, 0x20, 0x04, 0x21, 0x00, 0x0A, 0x04, 0x15, 0x00, 0x00}); // version 2.0
-            s.Indicate(1, badInfo);
-            s.ExpectAck(1);
-            s.Indicate(2, later);
-            s.ExpectAck(2);
-            ASSERT_TRUE(s.NextOf<DisconnectRequest>());
-            s.Send(DisconnectResponse{kChannel, kStatusNoError});
+            s.Deliver(1, badInfo);
+            s.Deliver(2, later);
+            ASSERT_TRUE(s.Release());
         });
     {
-        boost::asio::io_context io;
-        KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
+        Client client(server);
         ReceivedTelegram in;
-        ASSERT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 3s), ReceiveStatus::Telegram);
+        ASSERT_EQ(client.Receive(in, 3s), ReceiveStatus::Telegram);
         EXPECT_EQ(in.telegram.source, 0x1107);
         EXPECT_EQ(in.telegram.destination, 0x0A03);
         EXPECT_EQ(in.telegram.data, (Bytes{0x0C, 0x33}));
-        ASSERT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 3s), ReceiveStatus::Telegram);
+        ASSERT_EQ(client.Receive(in, 3s), ReceiveStatus::Telegram);
         EXPECT_EQ(in.telegram.destination, 0x0A04);
         EXPECT_EQ(in.telegram.data, (Bytes{0x01}));
-        EXPECT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 100ms), ReceiveStatus::Timeout);
-        const KnxIpTunnelCounters& c = tunnel.Counters();
+        EXPECT_EQ(client.Receive(in, 100ms), ReceiveStatus::Timeout);
+        const KnxIpTunnelCounters& c = client.tunnel.Counters();
         EXPECT_EQ(c.duplicates, 1u);
         EXPECT_EQ(c.outOfSequence, 1u);
         EXPECT_EQ(c.malformed, 5u);
-        EXPECT_EQ(tunnel.Anomalies().rfind("5 malformed, 1 duplicate, 1 out of sequence (latest: cEMI ", 0),
-                  0u)
-            << tunnel.Anomalies();
+        EXPECT_EQ(
+            client.tunnel.Anomalies().rfind("5 malformed, 1 duplicate, 1 out of sequence (latest: cEMI ", 0),
+            0u)
+            << client.tunnel.Anomalies();
     }
     server.Join();
 }
@@ -508,21 +522,18 @@ TEST(BusKnxIpTunnel, HeartbeatAndServerDisconnect)
                 if (!c.reconnect)
                     return;
                 ASSERT_TRUE(s.Accept(kChannel));
-                s.Indicate(0, Indication(0x0A03, {0x00, 0x81}));
-                s.ExpectAck(0);
+                s.Deliver(0, Indication(0x0A03, {0x00, 0x81}));
             });
         KnxIpTunnelTimes times = FastTimes();
         times.heartbeat = 100ms;
         times.heartbeatAnswer = 100ms;
-        boost::asio::io_context io;
-        KnxIpTunnel tunnel(io, server.Url(), c.reconnect, times);
+        Client client(server, c.reconnect, times);
         ReceivedTelegram in;
         try
         {
-            EXPECT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 3s), ReceiveStatus::Telegram)
-                << c.name;
+            EXPECT_EQ(client.Receive(in, 3s), ReceiveStatus::Telegram) << c.name;
             EXPECT_TRUE(c.lost.empty()) << c.name;
-            EXPECT_EQ(tunnel.Counters().reconnects, 1u) << c.name;
+            EXPECT_EQ(client.tunnel.Counters().reconnects, 1u) << c.name;
         }
         catch (const BusError& e)
         {
@@ -602,20 +613,17 @@ TEST(BusKnxIpTunnel, AFloodOfRepeatsIsAckedAndDeliveredOnce)
                         frame && std::holds_alternative<TunnellingAck>(frame->body))
                         ++acks;
             }
-            s.Indicate(1, Indication(0x0A04, {0x00, 0x81}));
-            s.ExpectAck(1);
-            ASSERT_TRUE(s.NextOf<DisconnectRequest>());
-            s.Send(DisconnectResponse{kChannel, kStatusNoError});
+            s.Deliver(1, Indication(0x0A04, {0x00, 0x81}));
+            ASSERT_TRUE(s.Release());
         });
     {
-        boost::asio::io_context io;
-        KnxIpTunnel tunnel(io, server.Url(), true, FastTimes());
+        Client client(server);
         ReceivedTelegram in;
-        ASSERT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 10s), ReceiveStatus::Telegram);
+        ASSERT_EQ(client.Receive(in, 10s), ReceiveStatus::Telegram);
         EXPECT_EQ(in.telegram.destination, 0x0A03);
-        ASSERT_EQ(tunnel.Receive(in, std::chrono::steady_clock::now() + 10s), ReceiveStatus::Telegram);
+        ASSERT_EQ(client.Receive(in, 10s), ReceiveStatus::Telegram);
         EXPECT_EQ(in.telegram.destination, 0x0A04);
-        EXPECT_EQ(tunnel.Counters().duplicates, static_cast<std::uint64_t>(kBursts * kBurst - 1));
+        EXPECT_EQ(client.tunnel.Counters().duplicates, static_cast<std::uint64_t>(kBursts * kBurst - 1));
     }
     server.Join();
     EXPECT_EQ(acks, kBursts * kBurst);
