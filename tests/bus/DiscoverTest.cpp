@@ -3,12 +3,11 @@
 // malformed ones included. Nothing leaves the machine: the request goes to
 // 127.0.0.1 only.
 #include "LiveProcess.h"
+#include "ToolProcess.h"
 
 #include <gtest/gtest.h>
 
-#include <boost/algorithm/string.hpp>
-
-#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -114,15 +113,9 @@ const char* const kKnxdJson =
     R"("version":1},{"name":"tunnelling","version":1},{"name":"routing","version":1}]})"
     "\n";
 
-std::vector<std::string> Lumknx(std::vector<std::string> args)
+std::vector<std::string> Lumknx(const std::vector<std::string>& args)
 {
-    args.insert(args.begin(), LUMKNX_PATH);
-    std::vector<std::string> emulator;
-    boost::algorithm::split(emulator, std::string(LUMKNX_EMULATOR), boost::is_any_of(" "),
-                            boost::token_compress_on);
-    emulator.erase(std::remove(emulator.begin(), emulator.end(), ""), emulator.end());
-    args.insert(args.begin(), emulator.begin(), emulator.end());
-    return args;
+    return LumTest::EmulatedArgv(LUMKNX_EMULATOR, LUMKNX_PATH, args);
 }
 
 std::string Replace(std::string text, const std::string& what, const std::string& with)
@@ -225,25 +218,28 @@ TEST_F(BusDiscover, PrintsWhatAnswersAndNamesWhatIsMalformed)
 
 TEST_F(BusDiscover, RefusesWhatItCannotUseBeforeSendingAnything)
 {
+    // What follows "discover" on the command line, and the one line it earns.
     struct Case
     {
-        std::vector<std::string> args;
+        std::vector<std::string> options;
         const char* err;
     } const cases[] = {
-        {{"discover", "--interface", "nosuch0"}, "lumknx: no network interface 'nosuch0'\n"},
-        {{"discover", "--host", "127.0.0.1:0"},
+        {{"--interface", "nosuch0"}, "lumknx: no network interface 'nosuch0'\n"},
+        {{"--host", "127.0.0.1:0"},
          "lumknx: --host needs HOST or HOST:PORT with a port of 1 to 65535, not '127.0.0.1:0'\n"},
-        {{"discover", "--host", "127.0.0.1:3671x"},
+        {{"--host", "127.0.0.1:3671x"},
          "lumknx: --host needs HOST or HOST:PORT with a port of 1 to 65535, not '127.0.0.1:3671x'\n"},
-        {{"discover", "--host", ":3671"}, "lumknx: --host needs HOST or HOST:PORT, not ':3671'\n"},
-        {{"discover", "--timeout", "0"}, "lumknx: --timeout takes a number of 1..3600000, not '0'\n"},
-        {{"discover", "10.99.0.1"}, "lumknx: discover takes no arguments, only options\n"},
-        {{"discover", "--port", "1"}, "lumknx: unknown option '--port'\n"},
+        {{"--host", ":3671"}, "lumknx: --host needs HOST or HOST:PORT, not ':3671'\n"},
+        {{"--timeout", "0"}, "lumknx: --timeout takes a number of 1..3600000, not '0'\n"},
+        {{"10.99.0.1"}, "lumknx: discover takes no arguments, only options\n"},
+        {{"--port", "1"}, "lumknx: unknown option '--port'\n"},
     };
     for (const Case& c : cases)
     {
-        SCOPED_TRACE(c.args[1]);
-        const LiveBus::RunResult r = LiveBus::Run(Lumknx(c.args), m_dir);
+        SCOPED_TRACE(c.options[0]);
+        std::vector<std::string> args = {"discover"};
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        const LiveBus::RunResult r = LiveBus::Run(Lumknx(args), m_dir);
         EXPECT_EQ(r.status, 2);
         EXPECT_EQ(r.err, c.err);
         EXPECT_EQ(r.out, "");

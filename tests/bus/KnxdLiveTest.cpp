@@ -2,6 +2,7 @@
 // byte for byte, and what lumknx makes of what they send. knxtool and the
 // bus unit's own connection are the peers.
 #include "LiveProcess.h"
+#include "ToolProcess.h"
 
 #include "LumBus/KnxAddress.h"
 #include "LumBus/KnxdConnection.h"
@@ -47,15 +48,9 @@ protected:
     const std::string& Dir() const { return m_knxd->Dir(); }
     std::string Url() const { return m_knxd->Url(); }
 
-    std::vector<std::string> Lumknx(std::vector<std::string> args) const
+    std::vector<std::string> Lumknx(const std::vector<std::string>& args) const
     {
-        args.insert(args.begin(), LUMKNX_PATH);
-        std::vector<std::string> emulator;
-        boost::algorithm::split(emulator, std::string(LUMKNX_EMULATOR), boost::is_any_of(" "),
-                                boost::token_compress_on);
-        emulator.erase(std::remove(emulator.begin(), emulator.end(), ""), emulator.end());
-        args.insert(args.begin(), emulator.begin(), emulator.end());
-        return args;
+        return LumTest::EmulatedArgv(LUMKNX_EMULATOR, LUMKNX_PATH, args);
     }
     std::string Path(const std::string& name) const { return Dir() + "/" + name; }
 
@@ -281,19 +276,21 @@ TEST_F(BusKnxd, ReadIsAnsweredByServe)
     LumBus::KnxdConnection peer(io, Url()); // sees serve's answers byte for byte
     struct Case
     {
-        std::vector<std::string> args;
+        const char* address;
+        const char* dpt; // "": none, the bytes are printed
         const char* out;
     } const cases[] = {
-        {{"1/1/1", "--dpt", "9.001"}, "21.5\t21.5 °C (Float)\n"},
-        {{"1/1/2", "--dpt", "1.001"}, "true\ton (Bool)\n"},
-        {{"1/1/3", "--dpt", "3.007"}, "11\tincrease, step 3 (Byte)\n"},
-        {{"1/1/4", "--dpt", "16.001"}, "\"KNX is OK\"\tKNX is OK (String)\n"},
-        {{"1/1/5"}, "4D 17 2A\n"}, // no DPT: the bytes
+        {"1/1/1", "9.001", "21.5\t21.5 °C (Float)\n"},
+        {"1/1/2", "1.001", "true\ton (Bool)\n"},
+        {"1/1/3", "3.007", "11\tincrease, step 3 (Byte)\n"},
+        {"1/1/4", "16.001", "\"KNX is OK\"\tKNX is OK (String)\n"},
+        {"1/1/5", "", "4D 17 2A\n"},
     };
     for (const Case& c : cases)
     {
-        std::vector<std::string> args = {"read", Url()};
-        args.insert(args.end(), c.args.begin(), c.args.end());
+        std::vector<std::string> args = {"read", Url(), c.address};
+        if (*c.dpt != '\0')
+            args.insert(args.end(), {"--dpt", c.dpt});
         const RunResult r = LiveBus::Run(Lumknx(args), Dir());
         EXPECT_EQ(r.status, 0) << r.err;
         EXPECT_EQ(r.out, c.out);

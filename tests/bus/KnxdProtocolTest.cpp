@@ -148,35 +148,27 @@ TEST(BusKnxdUrl, Forms)
 
 TEST(BusKnxdUrl, BadForms)
 {
-    struct Case
-    {
-        std::string text;
-        const char* reason;
-    } const cases[] = {
-        {"", "unknown form"},
-        {"/tmp/eib", "unknown form"},
-        {"unix:/tmp/eib", "unknown form"},
-        {"local:", "no socket path"},
-        {"local:/" + std::string(107, 'a'), "socket paths have at most 107 bytes"},
-        {"ip:", "no host"},
-        {"ip::6720", "no host"},
-        {"ip:host:", "the port is no number of 1..65535"},
-        {"ip:host:0", "the port is no number of 1..65535"},
-        {"ip:host:65536", "the port is no number of 1..65535"},
-        {"ip:host:67x", "the port is no number of 1..65535"},
+    // Each reason with the texts that earn it.
+    const std::pair<const char*, std::vector<std::string>> reasons[] = {
+        {"unknown form", {"", "/tmp/eib", "unix:/tmp/eib"}},
+        {"no socket path", {"local:"}},
+        {"socket paths have at most 107 bytes", {"local:/" + std::string(107, 'a')}},
+        {"no host", {"ip:", "ip::6720"}},
+        {"the port is no number of 1..65535", {"ip:host:", "ip:host:0", "ip:host:65536", "ip:host:67x"}},
     };
-    for (const auto& c : cases)
-    {
-        try
+    for (const auto& [reason, texts] : reasons)
+        for (const std::string& text : texts)
         {
-            ParseKnxdUrl(c.text);
-            ADD_FAILURE() << "accepted '" << c.text << "'";
+            try
+            {
+                ParseKnxdUrl(text);
+                ADD_FAILURE() << "accepted '" << text << "'";
+            }
+            catch (const BusError& e)
+            {
+                EXPECT_EQ(e.GetKind(), BusError::Kind::BadUrl);
+                EXPECT_EQ(std::string(e.what()), "'" + text + "' is no knxd address (" + reason +
+                                                     "; use local:/path/to/socket or ip:host[:port])");
+            }
         }
-        catch (const BusError& e)
-        {
-            EXPECT_EQ(e.GetKind(), BusError::Kind::BadUrl);
-            EXPECT_EQ(std::string(e.what()), "'" + c.text + "' is no knxd address (" + c.reason +
-                                                 "; use local:/path/to/socket or ip:host[:port])");
-        }
-    }
 }

@@ -90,8 +90,7 @@ TEST_F(PlanTool, GamapExitStatus)
     };
     for (const auto& c : cases)
     {
-        const Result r = Run(c.args);
-        EXPECT_EQ(r.status, c.status) << c.args;
+        const Result r = RunExpecting(c.args, c.status);
         EXPECT_EQ(r.out, c.out) << c.args;
         EXPECT_EQ(r.err, c.err) << c.args;
     }

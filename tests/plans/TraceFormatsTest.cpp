@@ -74,12 +74,14 @@ const std::string kMonitorHeader =
     "\xEF\xBB\xBF\"#\";\"Time\";\"Service\";\"Flags\";\"Prio\";\"Source Address\";"
     "\"Source Name\";\"Destination Address\";\"Destination Name\";\"Rout\";\"Type\";"
     "\"DPT\";\"Info\";\"Iack\"";
-std::string MonitorRow(const std::string& source, const std::string& destination, const std::string& type,
-                       const std::string& dpt, const std::string& info)
+// The group monitor's export of one telegram: the header, then its row.
+std::vector<std::string> MonitorExport(const std::string& source, const std::string& destination,
+                                       const std::string& type, const std::string& dpt,
+                                       const std::string& info)
 {
-    return "\"1\";\"25.11.2026 08:00:00,125\";\"from bus\";\"\";\"Low\";\"" + source +
-           "\";\"Sensor; Büro\";\"" + destination + "\";\"Temperatur\";\"6\";\"" + type + "\";\"" + dpt +
-           "\";\"" + info + "\";\"\"";
+    return {kMonitorHeader, "\"1\";\"25.11.2026 08:00:00,125\";\"from bus\";\"\";\"Low\";\"" + source +
+                                "\";\"Sensor; Büro\";\"" + destination + "\";\"Temperatur\";\"6\";\"" + type +
+                                "\";\"" + dpt + "\";\"" + info + "\";\"\""};
 }
 } // namespace
 
@@ -98,19 +100,19 @@ TEST(TraceFormats, EveryFormReadsLikeTheOwnCsv)
            " :L_Data low from 0.0.7 to 4/1/2"},
           {"L_Busmon: " + Frame({0x3C, 0xE0, 0x00, 0x07, 0x21, 0x02, 0x03, 0x00, 0x80, 0x0C, 0x33}) +
            " :L_Data"},
-          {kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "Write", "", "$0C $33 | 21.5 °C")},
-          {kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "GroupValue_Write", "Temperatur", "$0C33")}}},
+          MonitorExport("0.0.7", "4/1/2", "Write", "", "$0C $33 | 21.5 °C"),
+          MonitorExport("0.0.7", "4/1/2", "GroupValue_Write", "Temperatur", "$0C33")}},
         {"1,0.0.7,4/1/2,9.001,0C 33",
-         {{kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "Write", "9.001 temperature (°C)", "$0C $33")},
-          {kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "Write", "DPST-9-1", "$0C $33")}}},
+         {MonitorExport("0.0.7", "4/1/2", "Write", "9.001 temperature (°C)", "$0C $33"),
+          MonitorExport("0.0.7", "4/1/2", "Write", "DPST-9-1", "$0C $33")}},
         {"1,0.0.9,4/1/2,,,read",
          {{"Read from 0.0.9 to 4/1/2"},
           {"L_Busmon: " + Frame({0xBC, 0x00, 0x09, 0x21, 0x02, 0xE1, 0x00, 0x00}) + " :L_Data"},
-          {kMonitorHeader, MonitorRow("0.0.9", "4/1/2", "Read", "", "")}}},
+          MonitorExport("0.0.9", "4/1/2", "Read", "", "")}},
         {"1,0.0.10,1/1/3,,01,response",
          {{"Response from 0.0.10 to 1/1/3: 01"},
           {"L_Busmon: " + Frame({0xBC, 0x00, 0x0A, 0x09, 0x03, 0xE1, 0x00, 0x41}) + " :L_Data"},
-          {kMonitorHeader, MonitorRow("0.0.10", "1/1/3", "Response", "", "$01")}}},
+          MonitorExport("0.0.10", "1/1/3", "Response", "", "$01")}},
         {"1,1.1.5,31/7/255,,00 00 00 00 00 00 00 00 00 00 00 00 00 00",
          {{"Write from 1.1.5 to 31/7/255: 00 00 00 00 00 00 00 00 00 00 00 00 00 00"},
           {"L_Busmon: " + Frame({0xBC, 0x11, 0x05, 0xFF, 0xFF, 0xEF, 0x00, 0x80, 0, 0, 0,
@@ -170,20 +172,15 @@ TEST(TraceFormats, ProblemsOfEachForm)
         {{"L_Busmon: " + Frame({0xBC, 0x00, 0x09, 0x21, 0x02, 0xE2, 0x00, 0x00, 0x01})},
          TraceLine::Kind::Telegram,
          "a read carries no value"},
-        {{kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "Write", "", "21.5 °C")},
-         TraceLine::Kind::Telegram,
+        {MonitorExport("0.0.7", "4/1/2", "Write", "", "21.5 °C"), TraceLine::Kind::Telegram,
          "no value in its data columns"},
-        {{kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "Write", "", "$0C $3")},
-         TraceLine::Kind::Telegram,
+        {MonitorExport("0.0.7", "4/1/2", "Write", "", "$0C $3"), TraceLine::Kind::Telegram,
          "not hexadecimal bytes"},
-        {{kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "Write", "", "$0C $3G")},
-         TraceLine::Kind::Telegram,
+        {MonitorExport("0.0.7", "4/1/2", "Write", "", "$0C $3G"), TraceLine::Kind::Telegram,
          "not hexadecimal bytes"},
-        {{kMonitorHeader, MonitorRow("0.0.7", "4/1/2", "Ack", "", "$01")},
-         TraceLine::Kind::Telegram,
+        {MonitorExport("0.0.7", "4/1/2", "Ack", "", "$01"), TraceLine::Kind::Telegram,
          "unknown type \"Ack\""},
-        {{kMonitorHeader, MonitorRow("0.0.7", "", "Write", "", "$01")},
-         TraceLine::Kind::Malformed,
+        {MonitorExport("0.0.7", "", "Write", "", "$01"), TraceLine::Kind::Malformed,
          "no destination address"},
         {{kMonitorHeader, "\"1\";\"x\"y;\"4/1/2\""},
          TraceLine::Kind::Malformed,

@@ -2,6 +2,7 @@
 
 #include <boost/algorithm/string.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -16,6 +17,17 @@ std::vector<std::string> ToolResult::outLines() const
     std::vector<std::string> lines;
     boost::algorithm::split(lines, boost::algorithm::trim_right_copy(out), boost::is_any_of("\n"));
     return lines;
+}
+
+std::vector<std::string> EmulatedArgv(const std::string& emulator, const std::string& program,
+                                      const std::vector<std::string>& args)
+{
+    std::vector<std::string> argv;
+    boost::algorithm::split(argv, emulator, boost::is_any_of(" "), boost::token_compress_on);
+    argv.erase(std::remove(argv.begin(), argv.end(), ""), argv.end());
+    argv.push_back(program);
+    argv.insert(argv.end(), args.begin(), args.end());
+    return argv;
 }
 
 ToolTest::ToolTest(std::string command, std::string folderPattern)
@@ -58,6 +70,13 @@ ToolResult ToolTest::Run(const std::string& args, const std::string& input)
     std::stringstream errText;
     errText << errFile.rdbuf();
     return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, out, errText.str()};
+}
+
+ToolResult ToolTest::RunExpecting(const std::string& args, int status)
+{
+    ToolResult r = Run(args);
+    EXPECT_EQ(r.status, status) << args << "\n" << r.err;
+    return r;
 }
 
 } // namespace LumTest

@@ -21,6 +21,11 @@ struct ToolResult
     std::vector<std::string> outLines() const;
 };
 
+// The argv that runs `program` with `args`, under `emulator` when that names
+// one (its words split on spaces, as CMake writes it).
+std::vector<std::string> EmulatedArgv(const std::string& emulator, const std::string& program,
+                                      const std::vector<std::string>& args);
+
 class ToolTest : public testing::Test
 {
 protected:
@@ -36,6 +41,8 @@ protected:
 
     // args are passed to the shell as they stand: quote them there.
     ToolResult Run(const std::string& args, const std::string& input = "");
+    // Run, expecting the tool to exit with `status`.
+    ToolResult RunExpecting(const std::string& args, int status);
 
     boost::filesystem::path m_dir;
 

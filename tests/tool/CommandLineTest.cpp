@@ -136,19 +136,10 @@ TEST(CommandLine, RefusesWrongCommandLines)
 
 TEST(CommandLine, NumbersOfOptions)
 {
-    struct Case
+    for (const std::string count : {"0", "11", "2x", "-1"})
     {
-        const char* count;
-        const char* error;
-    } const cases[] = {
-        {"0", "--count takes a number of 1..10, not '0'"},
-        {"11", "--count takes a number of 1..10, not '11'"},
-        {"2x", "--count takes a number of 1..10, not '2x'"},
-        {"-1", "--count takes a number of 1..10, not '-1'"},
-    };
-    for (const auto& c : cases)
-    {
-        const CommandLine line = Parse({"monitor", "u", std::string("--count=") + c.count});
-        EXPECT_EQ(UsageErrorOf([&] { line.args.Number("--count", 10); }), c.error);
+        const CommandLine line = Parse({"monitor", "u", "--count=" + count});
+        EXPECT_EQ(UsageErrorOf([&] { line.args.Number("--count", 10); }),
+                  "--count takes a number of 1..10, not '" + count + "'");
     }
 }

@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <initializer_list>
 #include <map>
 #include <sstream>
 #include <sys/resource.h>
@@ -22,15 +23,38 @@ class Lumknx : public LumTest::ToolTest
 {
 protected:
     Lumknx() : ToolTest(LUMKNX_COMMAND, "lumknx-%%%%-%%%%") {}
+
+    struct Printed
+    {
+        const char* args;
+        const char* out;
+    };
+    // A command line, the status it exits with, and a text the test matches
+    // against what it printed.
+    struct Exit
+    {
+        std::string args;
+        int status;
+        std::string text;
+    };
+    // Runs every row, expecting its status; `check` looks at the rest.
+    template <typename Check> void ExpectExits(const std::vector<Exit>& cases, Check check)
+    {
+        for (const Exit& c : cases)
+            check(c, RunExpecting(c.args, c.status));
+    }
+
+    // Each command line succeeds and prints exactly its `out`.
+    void ExpectPrinted(std::initializer_list<Printed> cases)
+    {
+        for (const Printed& c : cases)
+            EXPECT_EQ(RunExpecting(c.args, 0).out, c.out) << c.args;
+    }
 };
 
 TEST_F(Lumknx, ConvertsSingleValues)
 {
-    struct Case
-    {
-        const char* args;
-        const char* out;
-    } const cases[] = {
+    ExpectPrinted({
         {"decode 9.001 '0C 33'", "21.5\t21.5 °C (Float)\n"},
         {"decode 9.x 0c33", "21.5\t21.5 (Float)\n"},
         {"decode 1.001 01", "true\ton (Bool)\n"},
@@ -57,13 +81,7 @@ TEST_F(Lumknx, ConvertsSingleValues)
         {"encode 14.x 397", "43 C6 80 00 (32 bits)\n"},
         {"encode 16.001 'KNX is OK'", "4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00 (112 bits)\n"},
         {"encode 12.001 4294967295", "FF FF FF FF (32 bits)\n"},
-    };
-    for (const auto& c : cases)
-    {
-        const Result r = Run(c.args);
-        EXPECT_EQ(r.status, 0) << c.args << "\n" << r.err;
-        EXPECT_EQ(r.out, c.out) << c.args;
-    }
+    });
 }
 
 TEST_F(Lumknx, ConversionFailureShowsTheLibrarysLineAndExitsOne)
@@ -192,11 +210,7 @@ TEST_F(Lumknx, DptsListsEverySupportedType)
 
 TEST_F(Lumknx, IdDescribesAndBuildsIdentifiers)
 {
-    struct Case
-    {
-        const char* args;
-        const char* out;
-    } const cases[] = {
+    ExpectPrinted({
         {"id 1000", "1000\tthe device (also the KNX device)\n"},
         {"id 200000", "200000\tlogical KNX device 2\n"},
         {"id 100022", "100022\tapp-control event of logical device 1\n"},
@@ -208,13 +222,7 @@ TEST_F(Lumknx, IdDescribesAndBuildsIdentifiers)
         {"id co-value 4095 --ld 2", "208289\tCO value 4095 of logical device 2\n"},
         {"id param number 64 --ld 2", "270128\tnumber parameter channel 64 of logical device 2\n"},
         {"id app-control alive", "100023\tapp-control alive heartbeat of logical device 1\n"},
-    };
-    for (const auto& c : cases)
-    {
-        const Result r = Run(c.args);
-        EXPECT_EQ(r.status, 0) << c.args << r.err;
-        EXPECT_EQ(r.out, c.out) << c.args;
-    }
+    });
 }
 
 TEST_F(Lumknx, ConfigPrintsTheEffectiveSettings)
@@ -313,12 +321,8 @@ TEST_F(Lumknx, ExitStatusTellsSuccessPartialFailureAndUnreadableInput)
                                                           14));
     const std::string malformed = File("bad.csv", "a,b\nc\n,,,,,,\n");
     const std::string empty = File("empty.csv", "");
-    const struct
-    {
-        std::string args;
-        int status;
-        std::string err; // a part of what standard error says
-    } cases[] = {
+    // The text: a part of what standard error says.
+    const std::vector<Exit> cases = {
         {"trace " + good, 0, "telegrams: 1, decoded: 1, failed: 0, skipped lines: 0"},
         {"trace " + empty, 0, "telegrams: 0"},
         {"trace " + junk, 1, "skipped lines: 2"},
@@ -330,12 +334,9 @@ TEST_F(Lumknx, ExitStatusTellsSuccessPartialFailureAndUnreadableInput)
         {"id -1", 2, "'-1' is not an identifier: identifiers are numbers from 0 to 4294967295"},
         {"id co 1 --ld 0", 2, "--ld must be 1 or 2"},
     };
-    for (const auto& c : cases)
-    {
-        const Result r = Run(c.args);
-        EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
-        EXPECT_NE(r.err.find(c.err), std::string::npos) << c.args << "\n" << r.err;
-    }
+    ExpectExits(cases, [](const Exit& c, const Result& r)
+                { EXPECT_NE(r.err.find(c.text), std::string::npos) << c.args << "\n"
+                                                                   << r.err; });
     const Result zero = Run("config /dev/zero");
     EXPECT_NE(zero.out.find("cannot be read from: \"/dev/zero\": not a regular file"), std::string::npos)
         << zero.out;
@@ -393,12 +394,8 @@ TEST_F(Lumknx, ConfigPrintsControlCharactersEscaped)
 TEST_F(Lumknx, OptionsEndWhereValuesBegin)
 {
     const std::string dashH = "2D 68 00 00 00 00 00 00 00 00 00 00 00 00 (112 bits)\n";
-    struct Case
-    {
-        const char* args;
-        int status;
-        std::string out; // the whole output, or with a trailing '*' its start
-    } const cases[] = {
+    // The text: the whole output, or with a trailing '*' its start.
+    const std::vector<Exit> cases = {
         {"--version", 0, "lumknx " LUMKNX_EXPECTED_VERSION "\n"},
         {"--log-level off --version", 0, "lumknx " LUMKNX_EXPECTED_VERSION "\n"},
         {"encode 16.001 -h", 0, dashH},
@@ -422,15 +419,15 @@ TEST_F(Lumknx, OptionsEndWhereValuesBegin)
         // A trace file named like an option.
         {"trace -- --map", 2, ""},
     };
-    for (const auto& c : cases)
-    {
-        const Result r = Run(c.args);
-        EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
-        if (!c.out.empty() && c.out.back() == '*')
-            EXPECT_EQ(r.out.rfind(c.out.substr(0, c.out.size() - 1), 0), 0u) << c.args << "\n" << r.out;
-        else
-            EXPECT_EQ(r.out, c.out) << c.args;
-    }
+    ExpectExits(cases,
+                [](const Exit& c, const Result& r)
+                {
+                    if (!c.text.empty() && c.text.back() == '*')
+                        EXPECT_EQ(r.out.rfind(c.text.substr(0, c.text.size() - 1), 0), 0u) << c.args << "\n"
+                                                                                           << r.out;
+                    else
+                        EXPECT_EQ(r.out, c.text) << c.args;
+                });
     EXPECT_EQ(Run("help trace").out, Run("trace --help").out);
     EXPECT_EQ(Run("help").out, Run("--help").out);
     EXPECT_NE(Run("trace -- --map").err.find("--map"), std::string::npos);
