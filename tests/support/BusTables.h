@@ -22,7 +22,7 @@ struct GroupRequestCase
     std::uint16_t source;
     std::vector<std::uint8_t> bytes;
 
-    // The source is left to the sender, which takes `source` apart.
+    // Without a source: the row's `source` goes to the encoder on its own.
     LumBus::GroupTelegram Telegram() const { return {0, destination, service, data, shortForm}; }
 };
 

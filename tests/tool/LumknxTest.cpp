@@ -29,6 +29,13 @@ protected:
         const char* args;
         const char* out;
     };
+    // Each command line succeeds and prints exactly its `out`.
+    void ExpectPrinted(std::initializer_list<Printed> cases)
+    {
+        for (const Printed& c : cases)
+            EXPECT_EQ(RunExpecting(c.args, 0).out, c.out) << c.args;
+    }
+
     // A command line, the status it exits with, and a text the test matches
     // against what it printed.
     struct Exit
@@ -42,13 +49,6 @@ protected:
     {
         for (const Exit& c : cases)
             check(c, RunExpecting(c.args, c.status));
-    }
-
-    // Each command line succeeds and prints exactly its `out`.
-    void ExpectPrinted(std::initializer_list<Printed> cases)
-    {
-        for (const Printed& c : cases)
-            EXPECT_EQ(RunExpecting(c.args, 0).out, c.out) << c.args;
     }
 };
 
