@@ -1,11 +1,14 @@
 #include <DeviceStackSim/SimulatedDeviceStack.h>
 #include <Platform/Logging.h>
 
+#include "NameTable.h"
+
 #include <boost/chrono/system_clocks.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
+#include <iterator>
 #include <map>
 #include <random>
 #include <tuple>
@@ -522,20 +525,10 @@ bool SimulatedDeviceStack::WaitUntilIdle(Milliseconds timeout) const
 
 const char* SimulatedDeviceStack::KindName(Kind kind)
 {
-    switch (kind)
-    {
-    case Kind::Request:
-        return "Request";
-    case Kind::RegisterApplication:
-        return "RegisterApplication";
-    case Kind::SetConfiguration:
-        return "SetConfiguration";
-    case Kind::GetValue:
-        return "GetValue";
-    case Kind::SetValue:
-        return "SetValue";
-    }
-    return "?";
+    static constexpr const char* kNames[] = {"Request", "RegisterApplication", "SetConfiguration", "GetValue",
+                                             "SetValue"};
+    static_assert(std::size(kNames) == static_cast<std::size_t>(Kind::SetValue) + 1);
+    return LumInternal::NameAt(kNames, kind, "?");
 }
 
 } // namespace LumSim

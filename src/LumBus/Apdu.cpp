@@ -1,6 +1,9 @@
 #include "Apdu.h"
 
+#include "NameTable.h"
+
 #include <cstdio>
+#include <iterator>
 #include <stdexcept>
 
 namespace LumBus
@@ -32,16 +35,9 @@ std::string Hex(unsigned value, int digits)
 
 const char* ServiceName(GroupService service)
 {
-    switch (service)
-    {
-    case GroupService::Read:
-        return "read";
-    case GroupService::Response:
-        return "response";
-    case GroupService::Write:
-        return "write";
-    }
-    return "read";
+    static constexpr const char* kNames[] = {"read", "response", "write"};
+    static_assert(std::size(kNames) == static_cast<std::size_t>(GroupService::Write) + 1);
+    return LumInternal::NameAt(kNames, service, "read");
 }
 
 std::vector<std::uint8_t> EncodeGroupApdu(GroupService service, const std::vector<std::uint8_t>& data,

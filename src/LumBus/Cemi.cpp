@@ -1,8 +1,10 @@
 #include "Cemi.h"
 
 #include "KnxAddress.h"
+#include "NameTable.h"
 
 #include <cstdio>
+#include <iterator>
 #include <stdexcept>
 
 namespace LumBus
@@ -32,20 +34,10 @@ bool IsDataMessage(std::uint8_t code)
 
 const char* CemiErrorName(CemiError error)
 {
-    switch (error)
-    {
-    case CemiError::None:
-        return "";
-    case CemiError::Truncated:
-        return "truncated";
-    case CemiError::UnknownMessageCode:
-        return "unknown message code";
-    case CemiError::BadAdditionalInfo:
-        return "bad additional info";
-    case CemiError::LengthMismatch:
-        return "length mismatch";
-    }
-    return "";
+    static constexpr const char* kNames[] = {"", "truncated", "unknown message code", "bad additional info",
+                                             "length mismatch"};
+    static_assert(std::size(kNames) == static_cast<std::size_t>(CemiError::LengthMismatch) + 1);
+    return LumInternal::NameAt(kNames, error, "");
 }
 
 CemiDecoded DecodeCemi(const std::uint8_t* bytes, std::size_t size)
@@ -146,17 +138,10 @@ ReceivedTelegram ToReceivedTelegram(const CemiLData& frame)
 
 std::string CemiMessageName(std::uint8_t messageCode)
 {
-    switch (messageCode)
-    {
-    case kCemiLDataReq:
-        return "L_Data.req";
-    case kCemiLDataInd:
-        return "L_Data.ind";
-    case kCemiLDataCon:
-        return "L_Data.con";
-    default:
-        return "message code " + Hex(messageCode);
-    }
+    static constexpr LumInternal::CodeName<std::uint8_t> kNames[] = {
+        {kCemiLDataReq, "L_Data.req"}, {kCemiLDataInd, "L_Data.ind"}, {kCemiLDataCon, "L_Data.con"}};
+    const char* name = LumInternal::NameOf(kNames, messageCode, nullptr);
+    return name != nullptr ? name : "message code " + Hex(messageCode);
 }
 
 } // namespace LumBus
