@@ -349,15 +349,8 @@ const char* ORUVALUE::ToString() const
 
 const char* ORUVALUE::GetNameFromValueType(OruValueType type)
 {
-    static constexpr LumInternal::CodeName<std::int32_t> kNames[] = {
-        {0, "Unset"},         {1, "Empty"},           {2, "Bool"},           {3, "Float"},
-        {4, "Integer"},       {5, "Short"},           {6, "Byte"},           {7, "Word"},
-        {8, "DWord"},         {9, "Data40"},          {10, "String"},        {11, "Date"},
-        {12, "Time"},         {13, "DateTime"},       {14, "TimePeriod"},    {15, "DayTime"},
-        {20, "Unsigned"},     {102, "LocalDateTime"}, {104, "LocalTime"},    {105, "LocalDate"},
-        {201, "UtcDateTime"}, {1005, "Percentage"},   {1021, "Enumeration"}, {1036, "Scaling"},
-        {1037, "Dimming"},    {1039, "Measurement"}};
-    return LumInternal::NameOf(kNames, static_cast<std::int32_t>(type), "Unknown");
+    const LumPlatformDetail::ValueTypeInfo* info = LumPlatformDetail::FindValueType(type);
+    return info != nullptr ? info->name : "Unknown";
 }
 
 const char* OruDP::GetNameFromValueSubType(OruValueSubType subType)
