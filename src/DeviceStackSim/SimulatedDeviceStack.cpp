@@ -8,7 +8,6 @@
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
-#include <iterator>
 #include <map>
 #include <random>
 #include <tuple>
@@ -527,8 +526,7 @@ const char* SimulatedDeviceStack::KindName(Kind kind)
 {
     static constexpr const char* kNames[] = {"Request", "RegisterApplication", "SetConfiguration", "GetValue",
                                              "SetValue"};
-    static_assert(std::size(kNames) == static_cast<std::size_t>(Kind::SetValue) + 1);
-    return LumInternal::NameAt(kNames, kind, "?");
+    return LumInternal::NameAt<Kind::SetValue>(kNames, kind, "?");
 }
 
 } // namespace LumSim

@@ -3,7 +3,6 @@
 #include "NameTable.h"
 
 #include <cstdio>
-#include <iterator>
 #include <stdexcept>
 
 namespace LumBus
@@ -36,8 +35,7 @@ std::string Hex(unsigned value, int digits)
 const char* ServiceName(GroupService service)
 {
     static constexpr const char* kNames[] = {"read", "response", "write"};
-    static_assert(std::size(kNames) == static_cast<std::size_t>(GroupService::Write) + 1);
-    return LumInternal::NameAt(kNames, service, "read");
+    return LumInternal::NameAt<GroupService::Write>(kNames, service, "read");
 }
 
 std::vector<std::uint8_t> EncodeGroupApdu(GroupService service, const std::vector<std::uint8_t>& data,

@@ -1,10 +1,10 @@
 #include "Cemi.h"
 
+#include "DecodeFailure.h"
 #include "KnxAddress.h"
 #include "NameTable.h"
 
 #include <cstdio>
-#include <iterator>
 #include <stdexcept>
 
 namespace LumBus
@@ -36,8 +36,7 @@ const char* CemiErrorName(CemiError error)
 {
     static constexpr const char* kNames[] = {"", "truncated", "unknown message code", "bad additional info",
                                              "length mismatch"};
-    static_assert(std::size(kNames) == static_cast<std::size_t>(CemiError::LengthMismatch) + 1);
-    return LumInternal::NameAt(kNames, error, "");
+    return LumInternal::NameAt<CemiError::LengthMismatch>(kNames, error, "");
 }
 
 CemiDecoded DecodeCemi(const std::uint8_t* bytes, std::size_t size)
@@ -45,10 +44,8 @@ CemiDecoded DecodeCemi(const std::uint8_t* bytes, std::size_t size)
     CemiDecoded out;
     const auto fail = [&out](CemiError error, std::string detail)
     {
-        out.error = error;
-        out.detail = std::move(detail);
         out.frame = CemiLData{};
-        return out;
+        return Failed(out, error, std::move(detail));
     };
     if (size < kHeadSize)
         return fail(CemiError::Truncated, "cEMI message of " + std::to_string(size) + " byte(s)");

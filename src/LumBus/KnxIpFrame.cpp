@@ -1,5 +1,6 @@
 #include "KnxIpFrame.h"
 
+#include "DecodeFailure.h"
 #include "NameTable.h"
 
 #include <cstdio>
@@ -480,19 +481,14 @@ const char* KnxIpErrorName(KnxIpError error)
                                              "length mismatch",
                                              "unknown service type",
                                              "bad body"};
-    static_assert(std::size(kNames) == static_cast<std::size_t>(KnxIpError::BadBody) + 1);
-    return LumInternal::NameAt(kNames, error, "");
+    return LumInternal::NameAt<KnxIpError::BadBody>(kNames, error, "");
 }
 
 KnxIpFrame DecodeKnxIpFrame(const std::uint8_t* bytes, std::size_t size)
 {
     KnxIpFrame frame;
     const auto fail = [&frame](KnxIpError error, std::string detail)
-    {
-        frame.error = error;
-        frame.detail = std::move(detail);
-        return frame;
-    };
+    { return Failed(frame, error, std::move(detail)); };
     if (size < kKnxIpHeaderSize)
         return fail(KnxIpError::Truncated,
                     "datagram of " + std::to_string(size) + " byte(s) is shorter than the 6-byte header");

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <iterator>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -96,8 +95,7 @@ const char* Describe(LoadFileStatus status)
     static constexpr const char* kNames[] = {
         "loaded",     "cannot be opened", "not a regular file", "larger than the limit",
         "read error", "not enough memory"};
-    static_assert(std::size(kNames) == static_cast<std::size_t>(LoadFileStatus::OutOfMemory) + 1);
-    return LumInternal::NameAt(kNames, status, "unknown");
+    return LumInternal::NameAt<LoadFileStatus::OutOfMemory>(kNames, status, "unknown");
 }
 
 boost::optional<std::vector<char>> LoadFile(const std::string& path, std::size_t maxBytes,

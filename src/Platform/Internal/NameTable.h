@@ -8,10 +8,11 @@ namespace LumInternal
 {
 
 // `names[i]` names the enumerator with value i; the enumeration runs from 0
-// without gaps. `otherwise` for a value past the table.
-template <typename Enum, std::size_t N>
-constexpr const char* NameAt(const char* const (&names)[N], Enum value, const char* otherwise)
+// without gaps up to `Last`. `otherwise` for a value past the table.
+template <auto Last, std::size_t N>
+constexpr const char* NameAt(const char* const (&names)[N], decltype(Last) value, const char* otherwise)
 {
+    static_assert(N == static_cast<std::size_t>(Last) + 1, "one name for each enumerator");
     const auto index = static_cast<std::size_t>(value);
     return index < N ? names[index] : otherwise;
 }
