@@ -169,7 +169,7 @@ bool OruValueToByteArray(const ORUVALUE& value, unsigned char* buffer, unsigned 
         std::memset(buffer + text.length(), 0, length - text.length());
         return true;
     }
-    default: // no byte form: unset, empty, the times
+    default: // no byte form: unset, empty, the times, unknown
         break;
     }
     return false;
@@ -245,7 +245,7 @@ bool ByteArrayToOruValue(const unsigned char* buffer, unsigned int length, ORUVA
         value.GetString().assign(reinterpret_cast<const char*>(buffer), n);
         return true;
     }
-    default: // no byte form: the times
+    default: // no byte form: the times, unknown
         break;
     }
     return false;
