@@ -1,6 +1,8 @@
 #include <DeviceStackSim/SimulatedDeviceStack.h>
 #include <Platform/Logging.h>
 
+#include "NameTable.h"
+
 #include <boost/chrono/system_clocks.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
@@ -522,20 +524,9 @@ bool SimulatedDeviceStack::WaitUntilIdle(Milliseconds timeout) const
 
 const char* SimulatedDeviceStack::KindName(Kind kind)
 {
-    switch (kind)
-    {
-    case Kind::Request:
-        return "Request";
-    case Kind::RegisterApplication:
-        return "RegisterApplication";
-    case Kind::SetConfiguration:
-        return "SetConfiguration";
-    case Kind::GetValue:
-        return "GetValue";
-    case Kind::SetValue:
-        return "SetValue";
-    }
-    return "?";
+    static constexpr const char* kNames[] = {"Request", "RegisterApplication", "SetConfiguration", "GetValue",
+                                             "SetValue"};
+    return LumInternal::NameAt<Kind::SetValue>(kNames, kind, "?");
 }
 
 } // namespace LumSim

@@ -1,5 +1,7 @@
 #include "Apdu.h"
 
+#include "NameTable.h"
+
 #include <cstdio>
 #include <stdexcept>
 
@@ -32,16 +34,8 @@ std::string Hex(unsigned value, int digits)
 
 const char* ServiceName(GroupService service)
 {
-    switch (service)
-    {
-    case GroupService::Read:
-        return "read";
-    case GroupService::Response:
-        return "response";
-    case GroupService::Write:
-        return "write";
-    }
-    return "read";
+    static constexpr const char* kNames[] = {"read", "response", "write"};
+    return LumInternal::NameAt<GroupService::Write>(kNames, service, "read");
 }
 
 std::vector<std::uint8_t> EncodeGroupApdu(GroupService service, const std::vector<std::uint8_t>& data,

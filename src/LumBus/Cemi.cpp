@@ -1,6 +1,8 @@
 #include "Cemi.h"
 
+#include "DecodeFailure.h"
 #include "KnxAddress.h"
+#include "NameTable.h"
 
 #include <cstdio>
 #include <stdexcept>
@@ -32,20 +34,9 @@ bool IsDataMessage(std::uint8_t code)
 
 const char* CemiErrorName(CemiError error)
 {
-    switch (error)
-    {
-    case CemiError::None:
-        return "";
-    case CemiError::Truncated:
-        return "truncated";
-    case CemiError::UnknownMessageCode:
-        return "unknown message code";
-    case CemiError::BadAdditionalInfo:
-        return "bad additional info";
-    case CemiError::LengthMismatch:
-        return "length mismatch";
-    }
-    return "";
+    static constexpr const char* kNames[] = {"", "truncated", "unknown message code", "bad additional info",
+                                             "length mismatch"};
+    return LumInternal::NameAt<CemiError::LengthMismatch>(kNames, error, "");
 }
 
 CemiDecoded DecodeCemi(const std::uint8_t* bytes, std::size_t size)
@@ -53,10 +44,8 @@ CemiDecoded DecodeCemi(const std::uint8_t* bytes, std::size_t size)
     CemiDecoded out;
     const auto fail = [&out](CemiError error, std::string detail)
     {
-        out.error = error;
-        out.detail = std::move(detail);
         out.frame = CemiLData{};
-        return out;
+        return Failed(out, error, std::move(detail));
     };
     if (size < kHeadSize)
         return fail(CemiError::Truncated, "cEMI message of " + std::to_string(size) + " byte(s)");
@@ -146,17 +135,10 @@ ReceivedTelegram ToReceivedTelegram(const CemiLData& frame)
 
 std::string CemiMessageName(std::uint8_t messageCode)
 {
-    switch (messageCode)
-    {
-    case kCemiLDataReq:
-        return "L_Data.req";
-    case kCemiLDataInd:
-        return "L_Data.ind";
-    case kCemiLDataCon:
-        return "L_Data.con";
-    default:
-        return "message code " + Hex(messageCode);
-    }
+    static constexpr LumInternal::CodeName<std::uint8_t> kNames[] = {
+        {kCemiLDataReq, "L_Data.req"}, {kCemiLDataInd, "L_Data.ind"}, {kCemiLDataCon, "L_Data.con"}};
+    const char* name = LumInternal::NameOf(kNames, messageCode, nullptr);
+    return name != nullptr ? name : "message code " + Hex(messageCode);
 }
 
 } // namespace LumBus

@@ -25,4 +25,18 @@ HostPortProblem ParseHostPort(std::string_view text, std::uint16_t defaultPort, 
     return HostPortProblem::None;
 }
 
+const char* HostPortProblemText(HostPortProblem problem, const char* noHost)
+{
+    switch (problem)
+    {
+    case HostPortProblem::BadPort:
+        return "the port is no number of 1..65535";
+    case HostPortProblem::NoHost:
+        return noHost;
+    case HostPortProblem::None:
+        break;
+    }
+    return nullptr;
+}
+
 } // namespace LumBus

@@ -24,4 +24,8 @@ enum class HostPortProblem
 // not looked up.
 HostPortProblem ParseHostPort(std::string_view text, std::uint16_t defaultPort, HostPort& out);
 
+// Why a bus URL with this server part is refused, `noHost` when the host is
+// missing; null for None.
+const char* HostPortProblemText(HostPortProblem problem, const char* noHost = "no host");
+
 } // namespace LumBus

@@ -1,6 +1,10 @@
 #include "KnxIpFrame.h"
 
+#include "DecodeFailure.h"
+#include "NameTable.h"
+
 #include <cstdio>
+#include <iterator>
 #include <stdexcept>
 
 namespace LumBus
@@ -408,18 +412,15 @@ struct BodyWriter
         out.insert(out.end(), {kTunnelCriSize, kConnectionTypeTunnel});
         PutWord(out, r.individualAddress);
     }
-    void operator()(const ConnectionStateRequest& r) const
+    template <std::uint16_t Service> void operator()(const ChannelRequest<Service>& r) const
     {
         out.insert(out.end(), {r.channel, 0x00});
         PutHpai(out, r.control);
     }
-    void operator()(const ConnectionStateResponse& r) const { out.insert(out.end(), {r.channel, r.status}); }
-    void operator()(const DisconnectRequest& r) const
+    template <std::uint16_t Service> void operator()(const ChannelResponse<Service>& r) const
     {
-        out.insert(out.end(), {r.channel, 0x00});
-        PutHpai(out, r.control);
+        out.insert(out.end(), {r.channel, r.status});
     }
-    void operator()(const DisconnectResponse& r) const { out.insert(out.end(), {r.channel, r.status}); }
     void operator()(const TunnellingRequest& r) const
     {
         PutConnectionHeader(out, r.channel, r.sequence, 0x00);
@@ -443,56 +444,51 @@ struct BodyWriter
     }
 };
 
-struct ServiceOf
+// The name of a one-byte code, or "<kind> 0xNN" for a code without one.
+template <std::size_t N>
+std::string NameOrHex(const LumInternal::CodeName<std::uint8_t> (&names)[N], std::uint8_t code,
+                      const char* kind)
 {
-    std::uint16_t operator()(const SearchRequest&) const { return kServiceSearchRequest; }
-    std::uint16_t operator()(const SearchResponse&) const { return kServiceSearchResponse; }
-    std::uint16_t operator()(const ConnectRequest&) const { return kServiceConnectRequest; }
-    std::uint16_t operator()(const ConnectResponse&) const { return kServiceConnectResponse; }
-    std::uint16_t operator()(const ConnectionStateRequest&) const { return kServiceConnectionStateRequest; }
-    std::uint16_t operator()(const ConnectionStateResponse&) const { return kServiceConnectionStateResponse; }
-    std::uint16_t operator()(const DisconnectRequest&) const { return kServiceDisconnectRequest; }
-    std::uint16_t operator()(const DisconnectResponse&) const { return kServiceDisconnectResponse; }
-    std::uint16_t operator()(const TunnellingRequest&) const { return kServiceTunnellingRequest; }
-    std::uint16_t operator()(const TunnellingAck&) const { return kServiceTunnellingAck; }
-    std::uint16_t operator()(const RoutingIndication&) const { return kServiceRoutingIndication; }
-    std::uint16_t operator()(const RoutingBusy&) const { return kServiceRoutingBusy; }
-    std::uint16_t operator()(const RoutingLostMessage&) const { return kServiceRoutingLostMessage; }
-};
+    const char* name = LumInternal::NameOf(names, code, nullptr);
+    return name != nullptr ? name : kind + (" " + Hex(code, 2));
+}
+
+// Service types and their names, in the order of KnxIpBody's alternatives.
+constexpr LumInternal::CodeName<std::uint16_t> kServices[] = {
+    {kServiceSearchRequest, "search request"},
+    {kServiceSearchResponse, "search response"},
+    {kServiceConnectRequest, "connect request"},
+    {kServiceConnectResponse, "connect response"},
+    {kServiceConnectionStateRequest, "connection-state request"},
+    {kServiceConnectionStateResponse, "connection-state response"},
+    {kServiceDisconnectRequest, "disconnect request"},
+    {kServiceDisconnectResponse, "disconnect response"},
+    {kServiceTunnellingRequest, "tunnelling request"},
+    {kServiceTunnellingAck, "tunnelling ack"},
+    {kServiceRoutingIndication, "routing indication"},
+    {kServiceRoutingBusy, "routing busy"},
+    {kServiceRoutingLostMessage, "routing lost message"}};
+static_assert(std::size(kServices) == std::variant_size_v<KnxIpBody>);
 
 } // namespace
 
 const char* KnxIpErrorName(KnxIpError error)
 {
-    switch (error)
-    {
-    case KnxIpError::None:
-        return "";
-    case KnxIpError::Truncated:
-        return "truncated";
-    case KnxIpError::BadHeaderLength:
-        return "bad header length";
-    case KnxIpError::BadVersion:
-        return "bad protocol version";
-    case KnxIpError::LengthMismatch:
-        return "length mismatch";
-    case KnxIpError::UnknownService:
-        return "unknown service type";
-    case KnxIpError::BadBody:
-        return "bad body";
-    }
-    return "";
+    static constexpr const char* kNames[] = {"",
+                                             "truncated",
+                                             "bad header length",
+                                             "bad protocol version",
+                                             "length mismatch",
+                                             "unknown service type",
+                                             "bad body"};
+    return LumInternal::NameAt<KnxIpError::BadBody>(kNames, error, "");
 }
 
 KnxIpFrame DecodeKnxIpFrame(const std::uint8_t* bytes, std::size_t size)
 {
     KnxIpFrame frame;
     const auto fail = [&frame](KnxIpError error, std::string detail)
-    {
-        frame.error = error;
-        frame.detail = std::move(detail);
-        return frame;
-    };
+    { return Failed(frame, error, std::move(detail)); };
     if (size < kKnxIpHeaderSize)
         return fail(KnxIpError::Truncated,
                     "datagram of " + std::to_string(size) + " byte(s) is shorter than the 6-byte header");
@@ -525,7 +521,9 @@ KnxIpFrame DecodeKnxIpFrame(const std::uint8_t* bytes, std::size_t size)
 
 std::uint16_t KnxIpServiceType(const KnxIpBody& body)
 {
-    return std::visit(ServiceOf{}, body);
+    if (body.valueless_by_exception())
+        throw std::bad_variant_access();
+    return kServices[body.index()].code;
 }
 
 std::vector<std::uint8_t> EncodeKnxIpFrame(const KnxIpBody& body)
@@ -544,108 +542,44 @@ std::vector<std::uint8_t> EncodeKnxIpFrame(const KnxIpBody& body)
 
 const char* KnxIpServiceName(std::uint16_t service)
 {
-    switch (service)
-    {
-    case kServiceSearchRequest:
-        return "search request";
-    case kServiceSearchResponse:
-        return "search response";
-    case kServiceConnectRequest:
-        return "connect request";
-    case kServiceConnectResponse:
-        return "connect response";
-    case kServiceConnectionStateRequest:
-        return "connection-state request";
-    case kServiceConnectionStateResponse:
-        return "connection-state response";
-    case kServiceDisconnectRequest:
-        return "disconnect request";
-    case kServiceDisconnectResponse:
-        return "disconnect response";
-    case kServiceTunnellingRequest:
-        return "tunnelling request";
-    case kServiceTunnellingAck:
-        return "tunnelling ack";
-    case kServiceRoutingIndication:
-        return "routing indication";
-    case kServiceRoutingLostMessage:
-        return "routing lost message";
-    case kServiceRoutingBusy:
-        return "routing busy";
-    default:
-        return "";
-    }
+    return LumInternal::NameOf(kServices, service, "");
 }
 
 std::string KnxIpStatusText(std::uint8_t status)
 {
-    switch (status)
-    {
-    case kStatusNoError:
-        return "no error";
-    case kStatusHostProtocolType:
-        return "host protocol type not supported";
-    case kStatusVersionNotSupported:
-        return "protocol version not supported";
-    case kStatusSequenceNumber:
-        return "sequence number out of order";
-    case kStatusConnectionId:
-        return "no active connection with that channel";
-    case kStatusConnectionType:
-        return "connection type not supported";
-    case kStatusConnectionOption:
-        return "connection option not supported";
-    case kStatusNoMoreConnections:
-        return "no more connections";
-    case kStatusDataConnection:
-        return "error in the data connection";
-    case kStatusKnxConnection:
-        return "error in the KNX connection";
-    case kStatusTunnellingLayer:
-        return "tunnelling layer not supported";
-    default:
-        return "status " + Hex(status, 2);
-    }
+    static constexpr LumInternal::CodeName<std::uint8_t> kNames[] = {
+        {kStatusNoError, "no error"},
+        {kStatusHostProtocolType, "host protocol type not supported"},
+        {kStatusVersionNotSupported, "protocol version not supported"},
+        {kStatusSequenceNumber, "sequence number out of order"},
+        {kStatusConnectionId, "no active connection with that channel"},
+        {kStatusConnectionType, "connection type not supported"},
+        {kStatusConnectionOption, "connection option not supported"},
+        {kStatusNoMoreConnections, "no more connections"},
+        {kStatusDataConnection, "error in the data connection"},
+        {kStatusKnxConnection, "error in the KNX connection"},
+        {kStatusTunnellingLayer, "tunnelling layer not supported"}};
+    return NameOrHex(kNames, status, "status");
 }
 
 std::string ServiceFamilyName(std::uint8_t family)
 {
-    switch (family)
-    {
-    case kFamilyCore:
-        return "core";
-    case kFamilyDeviceManagement:
-        return "device management";
-    case kFamilyTunnelling:
-        return "tunnelling";
-    case kFamilyRouting:
-        return "routing";
-    case kFamilyRemoteLogging:
-        return "remote logging";
-    case kFamilyRemoteConfiguration:
-        return "remote configuration";
-    case kFamilyObjectServer:
-        return "object server";
-    default:
-        return "family " + Hex(family, 2);
-    }
+    static constexpr LumInternal::CodeName<std::uint8_t> kNames[] = {
+        {kFamilyCore, "core"},
+        {kFamilyDeviceManagement, "device management"},
+        {kFamilyTunnelling, "tunnelling"},
+        {kFamilyRouting, "routing"},
+        {kFamilyRemoteLogging, "remote logging"},
+        {kFamilyRemoteConfiguration, "remote configuration"},
+        {kFamilyObjectServer, "object server"}};
+    return NameOrHex(kNames, family, "family");
 }
 
 std::string MediumName(std::uint8_t medium)
 {
-    switch (medium)
-    {
-    case kMediumTp1:
-        return "TP1";
-    case kMediumPl110:
-        return "PL110";
-    case kMediumRf:
-        return "RF";
-    case kMediumIp:
-        return "IP";
-    default:
-        return "medium " + Hex(medium, 2);
-    }
+    static constexpr LumInternal::CodeName<std::uint8_t> kNames[] = {
+        {kMediumTp1, "TP1"}, {kMediumPl110, "PL110"}, {kMediumRf, "RF"}, {kMediumIp, "IP"}};
+    return NameOrHex(kNames, medium, "medium");
 }
 
 std::string FormatHpai(const Hpai& hpai)

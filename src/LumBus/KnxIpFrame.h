@@ -162,29 +162,24 @@ struct ConnectResponse
     std::uint16_t individualAddress = 0;
 };
 
-struct ConnectionStateRequest
+// Connection-state and disconnect frames have the same layouts; the service
+// type keeps them apart as alternatives of KnxIpBody.
+template <std::uint16_t Service> struct ChannelRequest
 {
     std::uint8_t channel = 0;
     Hpai control;
 };
 
-struct ConnectionStateResponse
+template <std::uint16_t Service> struct ChannelResponse
 {
     std::uint8_t channel = 0;
     std::uint8_t status = kStatusNoError;
 };
 
-struct DisconnectRequest
-{
-    std::uint8_t channel = 0;
-    Hpai control;
-};
-
-struct DisconnectResponse
-{
-    std::uint8_t channel = 0;
-    std::uint8_t status = kStatusNoError;
-};
+using ConnectionStateRequest = ChannelRequest<kServiceConnectionStateRequest>;
+using ConnectionStateResponse = ChannelResponse<kServiceConnectionStateResponse>;
+using DisconnectRequest = ChannelRequest<kServiceDisconnectRequest>;
+using DisconnectResponse = ChannelResponse<kServiceDisconnectResponse>;
 
 struct TunnellingRequest
 {

@@ -71,15 +71,9 @@ KnxIpRoutingUrl ParseKnxIpRoutingUrl(std::string_view text)
         return url;
 
     HostPort group;
-    switch (ParseHostPort(rest.substr(at + 1), kKnxIpPort, group))
-    {
-    case HostPortProblem::BadPort:
-        BadUrl(text, "the port is no number of 1..65535");
-    case HostPortProblem::NoHost:
-        BadUrl(text, "no multicast group after '@'");
-    case HostPortProblem::None:
-        break;
-    }
+    if (const char* why = HostPortProblemText(ParseHostPort(rest.substr(at + 1), kKnxIpPort, group),
+                                              "no multicast group after '@'"))
+        BadUrl(text, why);
     url.port = group.port;
     boost::system::error_code ec;
     const Address address = boost::asio::ip::make_address_v4(group.host, ec);

@@ -2,6 +2,7 @@
 
 #include "LumBus/HostPort.h"
 #include "LumBus/KnxAddress.h"
+#include "LumBus/RunUntil.h"
 
 #include <boost/asio/buffer.hpp>
 
@@ -59,11 +60,8 @@ KnxIpTunnelUrl ParseKnxIpTunnelUrl(std::string_view text)
     else
         BadUrl(text, "unknown form");
     HostPort where;
-    const HostPortProblem problem = ParseHostPort(rest, kKnxIpPort, where);
-    if (problem == HostPortProblem::BadPort)
-        BadUrl(text, "the port is no number of 1..65535");
-    if (problem == HostPortProblem::NoHost)
-        BadUrl(text, "no host");
+    if (const char* why = HostPortProblemText(ParseHostPort(rest, kKnxIpPort, where)))
+        BadUrl(text, why);
     url.host = std::move(where.host);
     url.port = where.port;
     return url;
@@ -132,26 +130,13 @@ std::string KnxIpTunnel::Anomalies() const
         .Latest(c.lastProblem);
 }
 
-template <typename Done> bool KnxIpTunnel::Wait(Clock::time_point deadline, Done done)
-{
-    while (!done())
-    {
-        if (Clock::now() >= deadline)
-            return false;
-        if (m_io.stopped())
-            m_io.restart();
-        m_io.run_one_until(deadline);
-    }
-    return true;
-}
-
 void KnxIpTunnel::Connect()
 {
     m_connectResponse.reset();
     m_lost.clear();
     SendFrame(ConnectRequest{m_localHpai, m_localHpai}, m_control);
-    if (!Wait(Clock::now() + m_times.connect,
-              [&] { return m_connectResponse.has_value() || !m_lost.empty(); }))
+    if (!RunUntil(m_io, Clock::now() + m_times.connect,
+                  [&] { return m_connectResponse.has_value() || !m_lost.empty(); }))
         throw BusError(BusError::Kind::NoDaemon, "no KNXnet/IP server answered at '" + m_url + "' within " +
                                                      Milliseconds(m_times.connect));
     if (!m_lost.empty())
@@ -184,7 +169,7 @@ void KnxIpTunnel::Disconnect()
     m_heartbeat.cancel();
     m_disconnected = false;
     SendFrame(DisconnectRequest{m_channel, m_localHpai}, m_control);
-    Wait(Clock::now() + kDisconnectWait, [&] { return m_disconnected; });
+    RunUntil(m_io, Clock::now() + kDisconnectWait, [&] { return m_disconnected; });
 }
 
 void KnxIpTunnel::Recover()
@@ -373,8 +358,8 @@ void KnxIpTunnel::Send(const GroupTelegram& telegram)
                                                 " within " + Milliseconds(m_times.ack) + ": sent again");
             m_ack.reset();
             SendFrame(sent, m_data);
-            Wait(Clock::now() + m_times.ack,
-                 [&] { return (m_ack && m_ack->sequence == sent.sequence) || !m_lost.empty(); });
+            RunUntil(m_io, Clock::now() + m_times.ack,
+                     [&] { return (m_ack && m_ack->sequence == sent.sequence) || !m_lost.empty(); });
             acked = m_ack && m_ack->sequence == sent.sequence && m_ack->status == kStatusNoError;
         }
         if (acked)
@@ -389,7 +374,8 @@ void KnxIpTunnel::Send(const GroupTelegram& telegram)
     }
     ++m_sendSequence;
 
-    Wait(Clock::now() + m_times.confirm, [&] { return m_confirmation.has_value() || !m_lost.empty(); });
+    RunUntil(m_io, Clock::now() + m_times.confirm,
+             [&] { return m_confirmation.has_value() || !m_lost.empty(); });
     m_awaiting.reset();
     if (!m_confirmation)
         throw BusError(BusError::Kind::NotConfirmed, "the KNXnet/IP interface at '" + m_url +
@@ -415,7 +401,7 @@ ReceiveStatus KnxIpTunnel::Receive(ReceivedTelegram& out, std::optional<Clock::t
             Recover();
         if (Clock::now() >= until)
             return ReceiveStatus::Timeout;
-        Wait(until, [&] { return !m_inbox.Empty() || m_stopped || !m_lost.empty(); });
+        RunUntil(m_io, until, [&] { return !m_inbox.Empty() || m_stopped || !m_lost.empty(); });
     }
 }
 

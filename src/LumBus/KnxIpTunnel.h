@@ -108,8 +108,6 @@ private:
     void StartHeartbeat(std::chrono::milliseconds after);
     void OnHeartbeat();
     void Problem(std::uint64_t& counter, std::string what);
-    // Runs handlers until `done`, the deadline, a loss or Stop(); whether `done`.
-    template <typename Done> bool Wait(Clock::time_point deadline, Done done);
 
     boost::asio::io_context& m_io;
     std::string m_url;

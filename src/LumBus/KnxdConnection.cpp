@@ -1,6 +1,7 @@
 #include "KnxdConnection.h"
 
 #include "LumBus/HostPort.h"
+#include "LumBus/RunUntil.h"
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -30,20 +31,6 @@ bool StartsWith(std::string_view text, std::string_view prefix)
     throw BusError(BusError::Kind::BadUrl, "'" + std::string(url) + "' is no knxd address (" + why +
                                                "; use local:/path/to/socket or ip:host[:port])");
 }
-
-// Runs handlers until `done` or the deadline; false at the deadline.
-template <typename Done> bool RunUntil(boost::asio::io_context& io, Clock::time_point deadline, Done done)
-{
-    while (!done())
-    {
-        if (Clock::now() >= deadline)
-            return false;
-        if (io.stopped())
-            io.restart();
-        io.run_one_until(deadline);
-    }
-    return true;
-}
 } // namespace
 
 KnxdUrl ParseKnxdUrl(std::string_view text)
@@ -65,11 +52,9 @@ KnxdUrl ParseKnxdUrl(std::string_view text)
     {
         url.kind = KnxdUrl::Kind::Tcp;
         HostPort where;
-        const HostPortProblem problem = ParseHostPort(text.substr(kIpPrefix.size()), kKnxdDefaultPort, where);
-        if (problem == HostPortProblem::BadPort)
-            BadUrl(text, "the port is no number of 1..65535");
-        if (problem == HostPortProblem::NoHost)
-            BadUrl(text, "no host");
+        if (const char* why =
+                HostPortProblemText(ParseHostPort(text.substr(kIpPrefix.size()), kKnxdDefaultPort, where)))
+            BadUrl(text, why);
         url.path = std::move(where.host);
         url.port = where.port;
         return url;

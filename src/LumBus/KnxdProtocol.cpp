@@ -1,5 +1,7 @@
 #include "KnxdProtocol.h"
 
+#include "NameTable.h"
+
 #include <stdexcept>
 
 namespace LumBus
@@ -65,21 +67,13 @@ std::optional<GroupPacket> DecodeGroupPacket(const std::vector<std::uint8_t>& bo
 
 const char* KnxdErrorName(std::uint16_t type)
 {
-    switch (type)
-    {
-    case kEibInvalidRequest:
-        return "invalid request";
-    case kEibConnectionInuse:
-        return "connection in use";
-    case kEibProcessingError:
-        return "processing error";
-    case kEibClosed:
-        return "closed";
-    case kEibResetConnection:
-        return "reset connection";
-    default:
-        return "";
-    }
+    static constexpr LumInternal::CodeName<std::uint16_t> kNames[] = {
+        {kEibInvalidRequest, "invalid request"},
+        {kEibConnectionInuse, "connection in use"},
+        {kEibProcessingError, "processing error"},
+        {kEibClosed, "closed"},
+        {kEibResetConnection, "reset connection"}};
+    return LumInternal::NameOf(kNames, type, "");
 }
 
 void KnxdMessageParser::Feed(const std::uint8_t* bytes, std::size_t size)

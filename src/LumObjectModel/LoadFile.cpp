@@ -1,5 +1,7 @@
 #include <Lum/LoadFile.h>
 
+#include "NameTable.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <limits>
@@ -90,22 +92,10 @@ LoadFileStatus Load(const std::string& path, std::size_t maxBytes, std::vector<c
 
 const char* Describe(LoadFileStatus status)
 {
-    switch (status)
-    {
-    case LoadFileStatus::Loaded:
-        return "loaded";
-    case LoadFileStatus::CannotOpen:
-        return "cannot be opened";
-    case LoadFileStatus::NotRegularFile:
-        return "not a regular file";
-    case LoadFileStatus::TooLarge:
-        return "larger than the limit";
-    case LoadFileStatus::ReadFailed:
-        return "read error";
-    case LoadFileStatus::OutOfMemory:
-        return "not enough memory";
-    }
-    return "unknown";
+    static constexpr const char* kNames[] = {
+        "loaded",     "cannot be opened", "not a regular file", "larger than the limit",
+        "read error", "not enough memory"};
+    return LumInternal::NameAt<LoadFileStatus::OutOfMemory>(kNames, status, "unknown");
 }
 
 boost::optional<std::vector<char>> LoadFile(const std::string& path, std::size_t maxBytes,

@@ -1,3 +1,4 @@
+#include "NameTable.h"
 #include "OruValueKinds.h"
 
 #include <Platform/OruValue.h>
@@ -348,90 +349,15 @@ const char* ORUVALUE::ToString() const
 
 const char* ORUVALUE::GetNameFromValueType(OruValueType type)
 {
-    switch (static_cast<std::int32_t>(type))
-    {
-    case 0:
-        return "Unset";
-    case 1:
-        return "Empty";
-    case 2:
-        return "Bool";
-    case 3:
-        return "Float";
-    case 4:
-        return "Integer";
-    case 5:
-        return "Short";
-    case 6:
-        return "Byte";
-    case 7:
-        return "Word";
-    case 8:
-        return "DWord";
-    case 9:
-        return "Data40";
-    case 10:
-        return "String";
-    case 11:
-        return "Date";
-    case 12:
-        return "Time";
-    case 13:
-        return "DateTime";
-    case 14:
-        return "TimePeriod";
-    case 15:
-        return "DayTime";
-    case 20:
-        return "Unsigned";
-    case 102:
-        return "LocalDateTime";
-    case 104:
-        return "LocalTime";
-    case 105:
-        return "LocalDate";
-    case 201:
-        return "UtcDateTime";
-    case 1005:
-        return "Percentage";
-    case 1021:
-        return "Enumeration";
-    case 1036:
-        return "Scaling";
-    case 1037:
-        return "Dimming";
-    case 1039:
-        return "Measurement";
-    default:
-        return "Unknown";
-    }
+    const LumPlatformDetail::ValueTypeInfo* info = LumPlatformDetail::FindValueType(type);
+    return info != nullptr ? info->name : "Unknown";
 }
 
 const char* OruDP::GetNameFromValueSubType(OruValueSubType subType)
 {
-    switch (static_cast<std::int32_t>(subType))
-    {
-    case 0:
-        return "Generic";
-    case 9:
-        return "Signed8Bit";
-    case 12:
-        return "Signed16Bit";
-    case 2001:
-        return "Switch";
-    case 3001:
-        return "Status8Bit";
-    case 3002:
-        return "DimmingStep";
-    case 3003:
-        return "Float2Byte";
-    case 4001:
-        return "SceneNumber";
-    case 8001:
-        return "Ascii";
-    case 8002:
-        return "Latin1";
-    default:
-        return "Unknown";
-    }
+    static constexpr LumInternal::CodeName<std::int32_t> kNames[] = {
+        {0, "Generic"},       {9, "Signed8Bit"},     {12, "Signed16Bit"},  {2001, "Switch"},
+        {3001, "Status8Bit"}, {3002, "DimmingStep"}, {3003, "Float2Byte"}, {4001, "SceneNumber"},
+        {8001, "Ascii"},      {8002, "Latin1"}};
+    return LumInternal::NameOf(kNames, static_cast<std::int32_t>(subType), "Unknown");
 }

@@ -169,13 +169,7 @@ bool OruValueToByteArray(const ORUVALUE& value, unsigned char* buffer, unsigned 
         std::memset(buffer + text.length(), 0, length - text.length());
         return true;
     }
-    case Kind::Unset:
-    case Kind::Empty:
-    case Kind::Date:
-    case Kind::Time:
-    case Kind::DateTime:
-    case Kind::DayTime:
-    case Kind::Unknown:
+    default: // no byte form: unset, empty, the times, unknown
         break;
     }
     return false;
@@ -251,11 +245,7 @@ bool ByteArrayToOruValue(const unsigned char* buffer, unsigned int length, ORUVA
         value.GetString().assign(reinterpret_cast<const char*>(buffer), n);
         return true;
     }
-    case Kind::Date:
-    case Kind::Time:
-    case Kind::DateTime:
-    case Kind::DayTime:
-    case Kind::Unknown:
+    default: // no byte form: the times, unknown
         break;
     }
     return false;

@@ -34,54 +34,56 @@ enum class Kind
     Unknown,
 };
 
+// Every value type number the platform knows: its name and how it stores its payload.
+struct ValueTypeInfo
+{
+    std::int32_t number;
+    const char* name;
+    Kind kind;
+};
+
+inline constexpr ValueTypeInfo kValueTypes[] = {{0, "Unset", Kind::Unset},
+                                                {1, "Empty", Kind::Empty},
+                                                {2, "Bool", Kind::Bool},
+                                                {3, "Float", Kind::Float},
+                                                {4, "Integer", Kind::Signed32},
+                                                {5, "Short", Kind::Signed16},
+                                                {6, "Byte", Kind::Byte},
+                                                {7, "Word", Kind::Word},
+                                                {8, "DWord", Kind::DWord},
+                                                {9, "Data40", Kind::Data40},
+                                                {10, "String", Kind::String},
+                                                {11, "Date", Kind::Date},
+                                                {12, "Time", Kind::Time},
+                                                {13, "DateTime", Kind::DateTime},
+                                                {14, "TimePeriod", Kind::Signed32},
+                                                {15, "DayTime", Kind::DayTime},
+                                                {20, "Unsigned", Kind::DWord},
+                                                {102, "LocalDateTime", Kind::DateTime},
+                                                {104, "LocalTime", Kind::Time},
+                                                {105, "LocalDate", Kind::Date},
+                                                {201, "UtcDateTime", Kind::DateTime},
+                                                {1005, "Percentage", Kind::Float},
+                                                {1021, "Enumeration", Kind::Byte},
+                                                {1036, "Scaling", Kind::Float},
+                                                {1037, "Dimming", Kind::Float},
+                                                {1039, "Measurement", Kind::Float}};
+
+// The entry of `type`; null for a number the platform does not know.
+inline const ValueTypeInfo* FindValueType(OruValueType type)
+{
+    for (const ValueTypeInfo& info : kValueTypes)
+    {
+        if (info.number == static_cast<std::int32_t>(type))
+            return &info;
+    }
+    return nullptr;
+}
+
 inline Kind KindOf(OruValueType type)
 {
-    switch (static_cast<std::int32_t>(type))
-    {
-    case 0:
-        return Kind::Unset;
-    case 1:
-        return Kind::Empty;
-    case 2:
-        return Kind::Bool;
-    case 3:
-    case 1005:
-    case 1036:
-    case 1037:
-    case 1039:
-        return Kind::Float;
-    case 4:
-    case 14:
-        return Kind::Signed32;
-    case 5:
-        return Kind::Signed16;
-    case 6:
-    case 1021:
-        return Kind::Byte;
-    case 7:
-        return Kind::Word;
-    case 8:
-    case 20:
-        return Kind::DWord;
-    case 9:
-        return Kind::Data40;
-    case 10:
-        return Kind::String;
-    case 11:
-    case 105:
-        return Kind::Date;
-    case 12:
-    case 104:
-        return Kind::Time;
-    case 13:
-    case 102:
-    case 201:
-        return Kind::DateTime;
-    case 15:
-        return Kind::DayTime;
-    default:
-        return Kind::Unknown;
-    }
+    const ValueTypeInfo* info = FindValueType(type);
+    return info != nullptr ? info->kind : Kind::Unknown;
 }
 
 inline bool IsTimeKind(Kind kind)

@@ -113,7 +113,6 @@ std::string UtcTimestamp(std::chrono::system_clock::time_point when)
 
 std::string JsonEscaped(const std::string& text)
 {
-    static const char digits[] = "0123456789abcdef";
     std::string out;
     out.reserve(text.size());
     for (const char c : text)
@@ -127,8 +126,7 @@ std::string JsonEscaped(const std::string& text)
         else if (b < 0x20 || b == 0x7F)
         {
             out += "\\u00";
-            out.push_back(digits[b >> 4]);
-            out.push_back(digits[b & 15]);
+            AppendHexByte(out, b, true);
         }
         else
             out.push_back(c);

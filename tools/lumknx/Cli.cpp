@@ -141,17 +141,22 @@ boost::optional<std::vector<unsigned char>> ParseHex(const std::string& text)
     return bytes;
 }
 
+void AppendHexByte(std::string& out, unsigned char byte, bool lowerCase)
+{
+    const char* digits = lowerCase ? "0123456789abcdef" : "0123456789ABCDEF";
+    out.push_back(digits[byte >> 4]);
+    out.push_back(digits[byte & 15]);
+}
+
 std::string FormatHex(const std::vector<unsigned char>& bytes)
 {
-    static const char digits[] = "0123456789ABCDEF";
     std::string text;
     text.reserve(bytes.size() * 3);
     for (const unsigned char b : bytes)
     {
         if (!text.empty())
             text.push_back(' ');
-        text.push_back(digits[b >> 4]);
-        text.push_back(digits[b & 15]);
+        AppendHexByte(text, b);
     }
     return text;
 }
@@ -168,10 +173,8 @@ std::string EscapeControls(const std::string& text)
             out += "\\n";
         else if (b < 0x20 || b == 0x7F)
         {
-            static const char digits[] = "0123456789ABCDEF";
             out += "\\x";
-            out.push_back(digits[b >> 4]);
-            out.push_back(digits[b & 15]);
+            AppendHexByte(out, b);
         }
         else
             out.push_back(c);
@@ -233,6 +236,13 @@ void ConfigureLogging(const std::string& level, bool detail)
         console->setLayout(std::unique_ptr<log4cplus::Layout>(new MessageOnlyLayout));
     console->setThreshold(found->second);
     logger.addAppender(console);
+}
+
+const std::vector<std::string>& Arguments::PositionalExactly(std::size_t count, const char* usage) const
+{
+    if (positional.size() != count)
+        throw UsageError(usage);
+    return positional;
 }
 
 std::optional<unsigned long> Arguments::Number(const std::string& option, unsigned long max) const

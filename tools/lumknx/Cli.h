@@ -45,6 +45,8 @@ struct Arguments
     // The option's number in [1, max]; none when it is not given.
     // Throws UsageError for anything else.
     std::optional<unsigned long> Number(const std::string& option, unsigned long max) const;
+    // The positional arguments when there are `count`; throws UsageError(`usage`) otherwise.
+    const std::vector<std::string>& PositionalExactly(std::size_t count, const char* usage) const;
 };
 
 struct CommandOption
@@ -73,6 +75,8 @@ std::string FormatDpt(const KNXDPT& dpt);
 boost::optional<std::vector<unsigned char>> ParseHex(const std::string& text);
 // "0C 33".
 std::string FormatHex(const std::vector<unsigned char>& bytes);
+// Appends `byte` as two hex digits, upper case unless `lowerCase`.
+void AppendHexByte(std::string& out, unsigned char byte, bool lowerCase = false);
 // The text with control characters written as \t, \n or \xNN, so that
 // whatever a file holds prints on one line and moves no cursor.
 std::string EscapeControls(const std::string& text);

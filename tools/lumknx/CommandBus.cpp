@@ -28,8 +28,8 @@ bool IsResponseFrom(const LumBus::ReceivedTelegram& in, std::uint16_t address)
 
 int RunRead(const Arguments& options)
 {
-    if (options.positional.size() != 2)
-        throw UsageError("read needs a knxd URL and a group address, e.g. 'read local:/tmp/eib 1/2/3'");
+    options.PositionalExactly(2,
+                              "read needs a knxd URL and a group address, e.g. 'read local:/tmp/eib 1/2/3'");
     RequireOneDptSource(options);
     const std::uint16_t address = GroupAddressArgument(options.positional[1]);
     const unsigned long timeout = options.Number("--timeout", 3600000UL).value_or(kDefaultReadTimeoutMs);
@@ -91,9 +91,9 @@ int RunRead(const Arguments& options)
 
 int RunWrite(const Arguments& options)
 {
-    if (options.positional.size() != 3)
-        throw UsageError("write needs a knxd URL, a group address and a value, e.g. 'write local:/tmp/eib "
-                         "1/2/3 21.5 --dpt 9.001'");
+    options.PositionalExactly(
+        3, "write needs a knxd URL, a group address and a value, e.g. 'write local:/tmp/eib "
+           "1/2/3 21.5 --dpt 9.001'");
     RequireOneDptSource(options);
     const std::uint16_t address = GroupAddressArgument(options.positional[1]);
     const DptSource dpts(options);

@@ -47,9 +47,8 @@ int RunDecode(const Arguments& arguments)
 
 int RunEncode(const Arguments& arguments)
 {
-    const std::vector<std::string>& args = arguments.positional;
-    if (args.size() != 2)
-        throw UsageError("encode needs a DPT and one value, e.g. 'encode 9.001 21.5'");
+    const std::vector<std::string>& args =
+        arguments.PositionalExactly(2, "encode needs a DPT and one value, e.g. 'encode 9.001 21.5'");
     const KNXDPT dpt = DptArgument(args[0]);
 
     Lum::KnxValueConverter converter;

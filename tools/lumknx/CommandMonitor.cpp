@@ -98,8 +98,7 @@ void WriteJson(Output& out, const Shown& s)
 
 int RunMonitor(const Arguments& options)
 {
-    if (options.positional.size() != 1)
-        throw UsageError("monitor needs one knxd URL, e.g. 'monitor local:/tmp/eib'");
+    options.PositionalExactly(1, "monitor needs one knxd URL, e.g. 'monitor local:/tmp/eib'");
     if (options.Has("--csv") && options.Has("--json"))
         throw UsageError("give --csv or --json, not both");
     const Format format = options.Has("--csv")    ? Format::Csv

@@ -8,9 +8,8 @@ namespace LumKnx
 
 int RunGamap(const Arguments& arguments)
 {
-    const std::vector<std::string>& args = arguments.positional;
-    if (args.size() != 1)
-        throw UsageError("gamap takes one FILE (a CSV or XML export, or a .knxproj project)");
+    const std::vector<std::string>& args =
+        arguments.PositionalExactly(1, "gamap takes one FILE (a CSV or XML export, or a .knxproj project)");
     const PlanLoadResult result = LoadPlanOrThrow(args[0]);
     std::string out;
     std::size_t withoutDpt = 0;

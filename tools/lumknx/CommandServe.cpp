@@ -131,8 +131,7 @@ ServedValues LoadValues(const std::string& path, const DptSource& dpts,
 
 int RunServe(const Arguments& options)
 {
-    if (options.positional.size() != 1)
-        throw UsageError("serve needs one knxd URL, e.g. 'serve local:/tmp/eib --values values.txt'");
+    options.PositionalExactly(1, "serve needs one knxd URL, e.g. 'serve local:/tmp/eib --values values.txt'");
     if (!options.Has("--values"))
         throw UsageError("serve needs --values FILE (lines: GA DPT VALUE)");
     const auto count = options.Number("--count", 4000000000UL);

@@ -107,9 +107,9 @@ bool PlanTextToUtf8(std::string_view bytes, std::string& out, std::string& error
             code = kCp1252High[b - 0x80];
         if (code == 0)
         {
-            static const char digits[] = "0123456789ABCDEF";
-            error = std::string("neither UTF-8 nor Windows-1252 (byte 0x") + digits[b >> 4] + digits[b & 15] +
-                    " at offset " + std::to_string(i) + ")";
+            error = "neither UTF-8 nor Windows-1252 (byte 0x";
+            AppendHexByte(error, b);
+            error += " at offset " + std::to_string(i) + ")";
             return false;
         }
         utf8::append(code, std::back_inserter(out));
