@@ -1,5 +1,4 @@
 #include "KnxConverterLog.h"
-#include "LogAs.h"
 
 #include <Lum/KnxConverterBitField.h>
 
@@ -70,11 +69,8 @@ bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxS
                            {
                                const unsigned char byte = value.GetByte();
                                if (byte >= 16)
-                               {
-                                   LUM_LOG_ERROR_AS(site.function, "Value out of raw range [0..15]: "
-                                                                       << static_cast<unsigned>(byte));
-                                   return false;
-                               }
+                                   return Detail::Reject(
+                                       site, "Value out of raw range [0..15]: ", static_cast<unsigned>(byte));
                                group.SetAsUnsigned4(byte);
                                return true;
                            });

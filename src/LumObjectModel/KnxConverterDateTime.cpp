@@ -1,5 +1,4 @@
 #include "KnxConverterLog.h"
-#include "LogAs.h"
 
 #include <Lum/KnxConverterDateTime.h>
 
@@ -43,10 +42,7 @@ bool ReadTimeOfDay(const Detail::ConverterSite& site, const KnxStack::GroupValue
     const KnxStack::BinaryData& raw = group.GetRawData();
     const unsigned minuteSecond = (static_cast<unsigned>(raw.GetUInt8Value(1)) << 8) | raw.GetUInt8Value(2);
     if ((minuteSecond & kTimeReservedBits) != 0)
-    {
-        LUM_LOG_ERROR_AS(site.function, "No valid TimeOfDay datagram, reserved fields are not zero!");
-        return false;
-    }
+        return Detail::Reject(site, "No valid TimeOfDay datagram, reserved fields are not zero!");
     int hour = 0;
     int minute = 0;
     int second = 0;
@@ -55,10 +51,7 @@ bool ReadTimeOfDay(const Detail::ConverterSite& site, const KnxStack::GroupValue
     const boost::optional<LumApp::TimeOfDay> tod = LumApp::TimeOfDay::Create(
         hour, minute, second, static_cast<LumApp::DayOfWeek>(static_cast<std::uint8_t>(knxDay)));
     if (!tod)
-    {
-        LUM_LOG_ERROR_AS(site.function, "No valid TimeOfDay (10.001)!");
-        return false;
-    }
+        return Detail::Reject(site, "No valid TimeOfDay (10.001)!");
     value.ivt = ivtDayTime;
     ORUTIME& t = value.GetTime();
     t.year = 2000;
@@ -148,24 +141,21 @@ KnxConverter* KnxConverterDate::Clone() const
 
 bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
 {
-    return Detail::Convert(
-        LUM_CONVERTER_SITE, dpt, value,
-        {dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime,
-         "Wrong DPT main number (10.001) or oru value type (ivtDayTime)!"},
-        [&](const Detail::ConverterSite& site)
-        {
-            const boost::optional<LumApp::TimeOfDay> tod = LumApp::FromOruTime(value.GetTime());
-            if (!tod)
-            {
-                LUM_LOG_ERROR_AS(site.function, "Could not convert ORUTIME " << OruTimeFields{value.GetTime()}
-                                                                             << " to TimeOfDay");
-                return false;
-            }
-            group.SetAsTimeOfDay(
-                tod->GetHour(), tod->GetMinute(), tod->GetSecond(),
-                static_cast<KnxStack::DayOfWeek>(static_cast<std::uint8_t>(tod->GetWeekday())));
-            return true;
-        });
+    return Detail::Convert(LUM_CONVERTER_SITE, dpt, value,
+                           {dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime,
+                            "Wrong DPT main number (10.001) or oru value type (ivtDayTime)!"},
+                           [&](const Detail::ConverterSite& site)
+                           {
+                               const boost::optional<LumApp::TimeOfDay> tod =
+                                   LumApp::FromOruTime(value.GetTime());
+                               if (!tod)
+                                   return Detail::Reject(site, "Could not convert ORUTIME ",
+                                                         OruTimeFields{value.GetTime()}, " to TimeOfDay");
+                               group.SetAsTimeOfDay(tod->GetHour(), tod->GetMinute(), tod->GetSecond(),
+                                                    static_cast<KnxStack::DayOfWeek>(
+                                                        static_cast<std::uint8_t>(tod->GetWeekday())));
+                               return true;
+                           });
 }
 
 bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,

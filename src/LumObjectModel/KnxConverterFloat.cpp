@@ -1,5 +1,4 @@
 #include "KnxConverterLog.h"
-#include "LogAs.h"
 
 #include <Lum/KnxConverterFloat.h>
 
@@ -48,9 +47,8 @@ bool IsInternalValue(const Detail::ConverterSite& site, const KNXDPT& dpt, const
 {
     if (WithinInternal(range, d))
         return true;
-    LUM_LOG_ERROR_AS(site.function, "The internal value of DPT=" << Detail::DptText{dpt} << ", f=" << d
-                                                                 << " is out of the allowed range.");
-    return false;
+    return Detail::Reject(site, "The internal value of DPT=", Detail::DptText{dpt}, ", f=", d,
+                          " is out of the allowed range.");
 }
 } // namespace
 

@@ -1,5 +1,4 @@
 #include "KnxConverterLog.h"
-#include "LogAs.h"
 
 #include <Lum/KnxConverterInteger.h>
 
@@ -25,10 +24,7 @@ bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const ORUVALUE&
         {
             const std::int32_t byte = value.GetByte();
             if (dpt.mainNumber == 5 && dpt.subNumber == 6 && !WithinInternal(m_range, byte))
-            {
-                LUM_LOG_ERROR_AS(site.function, "Value out of raw range [0..254] for DPT 5.006: " << byte);
-                return false;
-            }
+                return Detail::Reject(site, "Value out of raw range [0..254] for DPT 5.006: ", byte);
             group.SetAsUnsigned8(static_cast<unsigned char>(byte));
             return true;
         });
@@ -42,13 +38,9 @@ bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStac
                            {
                                const std::int32_t byte = group.GetAsUnsigned8();
                                if (!WithinInternal(m_range, byte))
-                               {
-                                   LUM_LOG_ERROR_AS(site.function, "Value out of raw range "
-                                                                       << m_range << " for DPT "
-                                                                       << Detail::DptText{dpt}
-                                                                       << "; value was " << byte);
-                                   return false;
-                               }
+                                   return Detail::Reject(site, "Value out of raw range ", m_range,
+                                                         " for DPT ", Detail::DptText{dpt}, "; value was ",
+                                                         byte);
                                value.ivt = ivtByte;
                                value.SetByte(static_cast<std::uint8_t>(byte));
                                return true;
@@ -97,9 +89,8 @@ bool IsValidStatusMode(const Detail::ConverterSite& site, const KNXDPT& dpt, uns
     // Exactly one of the three mode bits.
     if (mode == 1 || mode == 2 || mode == 4)
         return true;
-    LUM_LOG_ERROR_AS(site.function, "The internal value of DPT=" << Detail::DptText{dpt} << ", f=" << mode
-                                                                 << " is out of the allowed range.");
-    return false;
+    return Detail::Reject(site, "The internal value of DPT=", Detail::DptText{dpt}, ", f=", mode,
+                          " is out of the allowed range.");
 }
 } // namespace
 
@@ -235,10 +226,8 @@ bool IsInternalValue(const Detail::ConverterSite& site, const KNXDPT& dpt, const
 {
     if (WithinInternal(range, v))
         return true;
-    LUM_LOG_ERROR_AS(site.function, "The internal value of DPT=" << Detail::DptText{dpt}
-                                                                 << ", ivt=" << static_cast<int>(value.ivt)
-                                                                 << " is out of range: " << v);
-    return false;
+    return Detail::Reject(site, "The internal value of DPT=", Detail::DptText{dpt},
+                          ", ivt=", static_cast<int>(value.ivt), " is out of range: ", v);
 }
 } // namespace
 
@@ -306,11 +295,8 @@ bool KnxConverterInteger32BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxSt
             // The bus value is tested against the internal bounds and not unscaled.
             const auto v = static_cast<std::int32_t>(group.GetAsSigned32());
             if (!WithinInternal(m_range, v))
-            {
-                LUM_LOG_ERROR_AS(site.function, "The group value of DPT=" << Detail::DptText{dpt}
-                                                                          << " is out of range: " << v);
-                return false;
-            }
+                return Detail::Reject(site, "The group value of DPT=", Detail::DptText{dpt},
+                                      " is out of range: ", v);
             value.SetInteger(v);
             value.ivt = ivtInteger;
             return true;

@@ -64,6 +64,21 @@ inline void Trace(const ConverterSite& site, const KNXDPT& dpt, const KnxStack::
                                      << " grp.val=" << group.GetRawData().ToString());
 }
 
+// A conversion that fails with one ERROR line in the converter's name: the
+// parts written one after the other, and only when ERROR is enabled.
+template <typename... Parts>
+__attribute__((noinline, cold)) bool Reject(const ConverterSite& site, const Parts&... parts)
+{
+    const log4cplus::Logger& logger = GetGlobalDefaultLogger();
+    if (logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL))
+    {
+        LogEntryFormatter entry(site.function, site.file, site.line);
+        (entry.Stream() << ... << parts);
+        entry.Emit(logger, log4cplus::ERROR_LOG_LEVEL);
+    }
+    return false;
+}
+
 inline void LogException(const ConverterSite& site, const KNXDPT& dpt, const ORUVALUE& value,
                          const std::exception& e)
 {
@@ -78,9 +93,8 @@ inline void LogException(const ConverterSite& site, const KNXDPT& dpt, const Knx
 
 // The steps every traced conversion shares: entry trace, the converter's
 // refusal of a DPT or value type, and no exception leaving. `convert` is the
-// converter's own part; it returns false after logging its own rejection
-// (as site.function) or nothing when it cannot fail. `from` is the value or
-// the group value converted.
+// converter's own part; it fails through Reject() or returns nothing when it
+// cannot fail. `from` is the value or the group value converted.
 template <typename From, typename Own>
 bool Convert(const ConverterSite& site, const KNXDPT& dpt, const From& from, const Refusal& refusal,
              Own&& convert)
@@ -89,11 +103,7 @@ bool Convert(const ConverterSite& site, const KNXDPT& dpt, const From& from, con
     {
         Trace(site, dpt, from);
         if (refusal.refused)
-        {
-            if (refusal.text != nullptr)
-                LUM_LOG_AT(log4cplus::ERROR_LOG_LEVEL, site.function, site.file, site.line, refusal.text);
-            return false;
-        }
+            return refusal.text != nullptr && Reject(site, refusal.text);
         if constexpr (std::is_invocable_v<Own, const ConverterSite&>)
             return convert(site);
         else if constexpr (std::is_void_v<decltype(convert())>)

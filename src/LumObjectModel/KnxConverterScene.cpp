@@ -1,5 +1,4 @@
 #include "KnxConverterLog.h"
-#include "LogAs.h"
 
 #include <Lum/KnxConverterScene.h>
 
@@ -21,8 +20,7 @@ bool IsSceneNumber(const Detail::ConverterSite& site, const IntegerRange& range,
 {
     if (v >= range.m_internalMin && v <= range.m_internalMax)
         return true;
-    LUM_LOG_ERROR_AS(site.function, "Scene number is out of range (>63) for SceneNumber: " << v);
-    return false;
+    return Detail::Reject(site, "Scene number is out of range (>63) for SceneNumber: ", v);
 }
 } // namespace
 
@@ -76,8 +74,7 @@ bool ReadByte(const Detail::ConverterSite& site, const KnxStack::GroupValue& gro
     if ((b & reserved) != 0)
     {
         // 26.001 reuses the scene-control text, as it has always read.
-        LUM_LOG_ERROR_AS(site.function, "Reserved bit is used for scene number in DPT scene control!");
-        return false;
+        return Detail::Reject(site, "Reserved bit is used for scene number in DPT scene control!");
     }
     value.SetByte(b);
     return true;
@@ -95,12 +92,8 @@ bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& val
                                const unsigned char b = value.GetByte();
                                const unsigned scene = b & kSceneMask;
                                if (scene >= 64)
-                               {
-                                   LUM_LOG_ERROR_AS(
-                                       site.function,
-                                       "Scene number is out of range (>63) for SceneControl: " << scene);
-                                   return false;
-                               }
+                                   return Detail::Reject(
+                                       site, "Scene number is out of range (>63) for SceneControl: ", scene);
                                group.SetAsUnsigned8(b);
                                return true;
                            });
@@ -129,11 +122,8 @@ bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                            {
                                const unsigned char b = value.GetByte();
                                if ((b & kBit7) != 0)
-                               {
-                                   LUM_LOG_ERROR_AS(site.function,
-                                                    "Reserved bit 8 is set for SceneInfo; skipped.");
-                                   return false;
-                               }
+                                   return Detail::Reject(site,
+                                                         "Reserved bit 8 is set for SceneInfo; skipped.");
                                group.SetAsUnsigned8(b);
                                return true;
                            });

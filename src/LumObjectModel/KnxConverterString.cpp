@@ -51,12 +51,9 @@ bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value
                                const std::string latin1 = getLatin1FromUTF8Lossy(value.GetString().str());
                                const char ch = latin1.empty() ? '\0' : latin1[0];
                                if (dpt.subNumber == 1 && static_cast<unsigned char>(ch) >= 128)
-                               {
-                                   LUM_LOG_ERROR_AS(site.function,
-                                                    "Value out of raw range [0..127] for DPT 4.001: "
-                                                        << static_cast<int>(static_cast<signed char>(ch)));
-                                   return false;
-                               }
+                                   return Detail::Reject(site,
+                                                         "Value out of raw range [0..127] for DPT 4.001: ",
+                                                         static_cast<int>(static_cast<signed char>(ch)));
                                group.SetAsChar(ch);
                                return true;
                            });
@@ -71,11 +68,8 @@ bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
         {
             const unsigned char b = group.GetAsUnsigned8();
             if (dpt.subNumber == 1 && b >= 128)
-            {
-                LUM_LOG_ERROR_AS(site.function, "Value out of raw range [0..127] for DPT 4.001: "
-                                                    << static_cast<unsigned>(b));
-                return false;
-            }
+                return Detail::Reject(
+                    site, "Value out of raw range [0..127] for DPT 4.001: ", static_cast<unsigned>(b));
             AssignText(value, Latin1ToUtf8(std::string(1, static_cast<char>(b))));
             value.ivt = ivtString;
             return true;
