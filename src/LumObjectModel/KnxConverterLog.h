@@ -158,14 +158,11 @@ constexpr Refusal kTakesAll{false, nullptr};
         return false;                                                                                        \
     }
 
-// Entry traces of the converters. Macros, so that the line names the
-// converter's own function; formatted only when DEBUG is enabled.
-#define LUM_TRACE_TO_KNX(dpt, value) ::Lum::Detail::Trace({__func__, __FILE__, __LINE__}, dpt, value)
-#define LUM_TRACE_FROM_KNX(dpt, group) ::Lum::Detail::Trace({__func__, __FILE__, __LINE__}, dpt, group)
+// The converter's public function at the place of the macro: the lines of
+// a conversion name the converter, not a helper or a lambda.
+#define LUM_CONVERTER_SITE (::Lum::Detail::ConverterSite{__func__, __FILE__, __LINE__})
 
-// The converter's public function, at the place that calls Detail::Convert().
-#define LUM_CONVERTER_SITE                                                                                   \
-    ::Lum::Detail::ConverterSite                                                                             \
-    {                                                                                                        \
-        __func__, __FILE__, __LINE__                                                                         \
-    }
+// Entry traces of the converters that do not run through Detail::Convert();
+// formatted only when DEBUG is enabled.
+#define LUM_TRACE_TO_KNX(dpt, value) ::Lum::Detail::Trace(LUM_CONVERTER_SITE, dpt, value)
+#define LUM_TRACE_FROM_KNX(dpt, group) ::Lum::Detail::Trace(LUM_CONVERTER_SITE, dpt, group)
