@@ -9,6 +9,8 @@
 #include <Platform/Logging.h>
 
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
 namespace Lum
 {
@@ -39,11 +41,10 @@ using Adder = bool (*)(KnxValueConverter& self, unsigned short main, unsigned sh
                        unsigned char bitSize, OruValueType ivt, OruDP::OruValueSubType ist,
                        const KnxConverter& converter);
 
-// Builds the row's converter on the stack and hands it to the adder, which
-// stores its own copy.
-template <class Converter> bool AddPlain(KnxValueConverter& self, const DptRow& row, Adder adder);
-template <class Converter, class Range>
-bool AddRanged(KnxValueConverter& self, const DptRow& row, Adder adder);
+// Builds the row's converter on the stack, with the row's bounds as the range
+// its constructor takes (if any), and hands it to the adder, which stores its
+// own copy.
+template <class Converter> bool Add(KnxValueConverter& self, const DptRow& row, Adder adder);
 
 struct DptRow
 {
@@ -88,15 +89,15 @@ template <> FloatRange MakeRange<FloatRange>(const Bounds& b)
     return FloatRange(b.internalMin, b.internalMax, b.externalMin, b.externalMax);
 }
 
-template <class Converter> bool AddPlain(KnxValueConverter& self, const DptRow& row, Adder adder)
+template <class Converter> bool Add(KnxValueConverter& self, const DptRow& row, Adder adder)
 {
-    return Register(self, row, adder, Converter());
-}
-
-template <class Converter, class Range>
-bool AddRanged(KnxValueConverter& self, const DptRow& row, Adder adder)
-{
-    return Register(self, row, adder, Converter(MakeRange<Range>(row.range)));
+    if constexpr (std::is_default_constructible_v<Converter>)
+        return Register(self, row, adder, Converter());
+    else
+    {
+        using Range = std::decay_t<decltype(std::declval<const Converter&>().GetRange())>;
+        return Register(self, row, adder, Converter(MakeRange<Range>(row.range)));
+    }
 }
 
 // Bounds are held as doubles; every integer bound of the table converts back exactly.
@@ -104,85 +105,63 @@ constexpr double kFloat16Min = -671088.64;
 constexpr double kFloat16Max = 670760.96;
 constexpr double kFloat32Max = 3.4028234663852886e38; // largest finite single
 
-constexpr auto k1Bit = &AddPlain<KnxConverter1Bit>;
-constexpr auto k2Bit = &AddPlain<KnxConverter2Bit>;
-constexpr auto k4Bit = &AddRanged<KnxConverter4Bit, FloatIntegerRange>;
-constexpr auto kChar = &AddRanged<KnxConverter8BitString, IntegerRange>;
-constexpr auto kUByte = &AddRanged<KnxConverterByte8BitUnsigned, IntegerRange>;
-constexpr auto kSByte = &AddRanged<KnxConverterInteger8BitSigned, IntegerRange>;
-constexpr auto kStatus = &AddRanged<KnxConverterStatus8Bit, IntegerRange>;
-constexpr auto kUWord = &AddRanged<KnxConverterInteger16BitUnsigned, IntegerRange>;
-constexpr auto kSWord = &AddRanged<KnxConverterInteger16BitSigned, IntegerRange>;
-constexpr auto kFloat16 = &AddRanged<KnxConverterFloat16BitFloat, FloatRange>;
-constexpr auto kTime = &AddPlain<KnxConverterTimeOfDay>;
-constexpr auto kDate = &AddPlain<KnxConverterDate>;
-constexpr auto kU24 = &AddRanged<KnxConverterInteger24BitUnsigned, LongIntegerRange>;
-constexpr auto kU32 = &AddRanged<KnxConverterInteger32BitUnsigned, LongIntegerRange>;
-constexpr auto kS32 = &AddRanged<KnxConverterInteger32BitSigned, IntegerRange>;
-constexpr auto kFloat32 = &AddRanged<KnxConverterFloat32BitFloat, FloatRange>;
-constexpr auto kString14 = &AddRanged<KnxConverter14ByteString, IntegerRange>;
-constexpr auto kSceneNumber = &AddRanged<KnxConverterSceneNumber, IntegerRange>;
-constexpr auto kSceneControl = &AddRanged<KnxConverterSceneControl, IntegerRange>;
-constexpr auto kDateTime = &AddPlain<KnxConverterDateTime>;
-constexpr auto kSceneInfo = &AddRanged<KnxConverterSceneInfo, IntegerRange>;
-
 // The supported DPTs, in the order in which they are registered.
 // clang-format off
 constexpr DptRow kDptTable[] = {
-//   DPT       main sub  bits ivt          ist                       converter      range
-    {"1.x",      1,   0,   1, ivtBool,     OruDP::ivstNone,          k1Bit,         kNoRange},
-    {"2.x",      2,   0,   2, ivtBool,     OruDP::ivstNone,          k2Bit,         kNoRange},
-    {"3.x",      3,   0,   4, ivtFloat,    OruDP::ivstDimmingStep,   k4Bit,         {-100.0, 100.0, 0, 15}},
-    {"4.x",      4,   0,   8, ivtString,   OruDP::ivstAscii,         kChar,         Both(0, 127)},
-    {"4.001",    4,   1,   8, ivtString,   OruDP::ivstAscii,         kChar,         Both(0, 127)},
-    {"4.002",    4,   2,   8, ivtString,   OruDP::ivstLatin1,        kChar,         Both(0, 255)},
-    {"5.x",      5,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
-    {"5.006",    5,   6,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 254)},
-    {"6.x",      6,   0,   8, ivtInteger,  OruDP::ivstNone,          kSByte,        Both(-128, 127)},
-    {"6.020",    6,  20,   8, ivtByte,     OruDP::ivstStatus8Bit,    kStatus,       Both(0, 255)},
-    {"7.x",      7,   0,  16, ivtWord,     OruDP::ivstNone,          kUWord,        Both(0, 65535)},
-    {"8.x",      8,   0,  16, ivtInteger,  OruDP::ivstNone,          kSWord,        Both(-32768, 32767)},
-    {"9.x",      9,   0,  16, ivtFloat,    OruDP::ivstNone,          kFloat16,      Both(kFloat16Min, kFloat16Max)},
-    {"9.001",    9,   1,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-273.0, 670760.0)},
-    {"9.002",    9,   2,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.003",    9,   3,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.004",    9,   4,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
-    {"9.005",    9,   5,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
-    {"9.006",    9,   6,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
-    {"9.007",    9,   7,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
-    {"9.008",    9,   8,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, 670760.0)},
-    {"9.010",    9,  10,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.011",    9,  11,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.020",    9,  20,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.021",    9,  21,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.022",    9,  22,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.023",    9,  23,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.024",    9,  24,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.025",    9,  25,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-670760.0, 670760.0)},
-    {"9.026",    9,  26,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(kFloat16Min, kFloat16Max)},
-    {"9.027",    9,  27,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(-459.6, kFloat16Max)},
-    {"9.028",    9,  28,  16, ivtFloat,    OruDP::ivstFloat2Byte,    kFloat16,      Both(0.0, kFloat16Max)},
-    {"10.x",    10,   0,  24, ivtTime,     OruDP::ivstNone,          kTime,         kNoRange},
-    {"11.x",    11,   0,  24, ivtDate,     OruDP::ivstNone,          kDate,         kNoRange},
-    {"12.x",    12,   0,  32, ivtDWord,    OruDP::ivstNone,          kU32,          Both(0, 4294967295.0)},
-    {"13.x",    13,   0,  32, ivtInteger,  OruDP::ivstNone,          kS32,          Both(-2147483648.0, 2147483647.0)},
-    {"14.x",    14,   0,  32, ivtFloat,    OruDP::ivstNone,          kFloat32,      Both(-kFloat32Max, kFloat32Max)},
-    {"15.x",    15,   0,  32, ivtDWord,    OruDP::ivstNone,          kU32,          Both(0, 4294967295.0)},
-    {"16.x",    16,   0, 112, ivtString,   OruDP::ivstAscii,         kString14,     Both(0, 127)},
-    {"16.001",  16,   1, 112, ivtString,   OruDP::ivstLatin1,        kString14,     Both(0, 255)},
-    {"17.x",    17,   0,   8, ivtInteger,  OruDP::ivstSceneNumber,   kSceneNumber,  Both(0, 63)},
-    {"18.x",    18,   0,   8, ivtInteger,  OruDP::ivstSceneNumber,   kSceneControl, Both(0, 63)},
-    {"19.x",    19,   0,  64, ivtDateTime, OruDP::ivstNone,          kDateTime,     kNoRange},
-    {"20.x",    20,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
-    {"20.102",  20, 102,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 4)},
-    {"20.103",  20, 103,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 4)},
-    {"21.x",    21,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
-    {"23.x",    23,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
-    {"26.x",    26,   0,   8, ivtByte,     OruDP::ivstNone,          kSceneInfo,    {-64, 64, 0, 255}},
-    {"27.x",    27,   0,  32, ivtDWord,    OruDP::ivstNone,          kU32,          Both(0, 4294967295.0)},
-    {"236.x",  236,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
-    {"232.x",  232,   0,  24, ivtDWord,    OruDP::ivstNone,          kU24,          Both(0, 16777215)},
-    {"238.x",  238,   0,   8, ivtByte,     OruDP::ivstNone,          kUByte,        Both(0, 255)},
+//   DPT       main sub  bits ivt          ist                       converter                              range
+    {"1.x",      1,   0,   1, ivtBool,     OruDP::ivstNone,          Add<KnxConverter1Bit>,                 kNoRange},
+    {"2.x",      2,   0,   2, ivtBool,     OruDP::ivstNone,          Add<KnxConverter2Bit>,                 kNoRange},
+    {"3.x",      3,   0,   4, ivtFloat,    OruDP::ivstDimmingStep,   Add<KnxConverter4Bit>,                 {-100.0, 100.0, 0, 15}},
+    {"4.x",      4,   0,   8, ivtString,   OruDP::ivstAscii,         Add<KnxConverter8BitString>,           Both(0, 127)},
+    {"4.001",    4,   1,   8, ivtString,   OruDP::ivstAscii,         Add<KnxConverter8BitString>,           Both(0, 127)},
+    {"4.002",    4,   2,   8, ivtString,   OruDP::ivstLatin1,        Add<KnxConverter8BitString>,           Both(0, 255)},
+    {"5.x",      5,   0,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterByte8BitUnsigned>,     Both(0, 255)},
+    {"5.006",    5,   6,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterByte8BitUnsigned>,     Both(0, 254)},
+    {"6.x",      6,   0,   8, ivtInteger,  OruDP::ivstNone,          Add<KnxConverterInteger8BitSigned>,    Both(-128, 127)},
+    {"6.020",    6,  20,   8, ivtByte,     OruDP::ivstStatus8Bit,    Add<KnxConverterStatus8Bit>,           Both(0, 255)},
+    {"7.x",      7,   0,  16, ivtWord,     OruDP::ivstNone,          Add<KnxConverterInteger16BitUnsigned>, Both(0, 65535)},
+    {"8.x",      8,   0,  16, ivtInteger,  OruDP::ivstNone,          Add<KnxConverterInteger16BitSigned>,   Both(-32768, 32767)},
+    {"9.x",      9,   0,  16, ivtFloat,    OruDP::ivstNone,          Add<KnxConverterFloat16BitFloat>,      Both(kFloat16Min, kFloat16Max)},
+    {"9.001",    9,   1,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-273.0, 670760.0)},
+    {"9.002",    9,   2,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.003",    9,   3,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.004",    9,   4,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(0.0, 670760.0)},
+    {"9.005",    9,   5,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(0.0, 670760.0)},
+    {"9.006",    9,   6,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(0.0, 670760.0)},
+    {"9.007",    9,   7,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(0.0, 670760.0)},
+    {"9.008",    9,   8,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(0.0, 670760.0)},
+    {"9.010",    9,  10,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.011",    9,  11,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.020",    9,  20,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.021",    9,  21,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.022",    9,  22,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.023",    9,  23,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.024",    9,  24,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.025",    9,  25,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-670760.0, 670760.0)},
+    {"9.026",    9,  26,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(kFloat16Min, kFloat16Max)},
+    {"9.027",    9,  27,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(-459.6, kFloat16Max)},
+    {"9.028",    9,  28,  16, ivtFloat,    OruDP::ivstFloat2Byte,    Add<KnxConverterFloat16BitFloat>,      Both(0.0, kFloat16Max)},
+    {"10.x",    10,   0,  24, ivtTime,     OruDP::ivstNone,          Add<KnxConverterTimeOfDay>,            kNoRange},
+    {"11.x",    11,   0,  24, ivtDate,     OruDP::ivstNone,          Add<KnxConverterDate>,                 kNoRange},
+    {"12.x",    12,   0,  32, ivtDWord,    OruDP::ivstNone,          Add<KnxConverterInteger32BitUnsigned>, Both(0, 4294967295.0)},
+    {"13.x",    13,   0,  32, ivtInteger,  OruDP::ivstNone,          Add<KnxConverterInteger32BitSigned>,   Both(-2147483648.0, 2147483647.0)},
+    {"14.x",    14,   0,  32, ivtFloat,    OruDP::ivstNone,          Add<KnxConverterFloat32BitFloat>,      Both(-kFloat32Max, kFloat32Max)},
+    {"15.x",    15,   0,  32, ivtDWord,    OruDP::ivstNone,          Add<KnxConverterInteger32BitUnsigned>, Both(0, 4294967295.0)},
+    {"16.x",    16,   0, 112, ivtString,   OruDP::ivstAscii,         Add<KnxConverter14ByteString>,         Both(0, 127)},
+    {"16.001",  16,   1, 112, ivtString,   OruDP::ivstLatin1,        Add<KnxConverter14ByteString>,         Both(0, 255)},
+    {"17.x",    17,   0,   8, ivtInteger,  OruDP::ivstSceneNumber,   Add<KnxConverterSceneNumber>,          Both(0, 63)},
+    {"18.x",    18,   0,   8, ivtInteger,  OruDP::ivstSceneNumber,   Add<KnxConverterSceneControl>,         Both(0, 63)},
+    {"19.x",    19,   0,  64, ivtDateTime, OruDP::ivstNone,          Add<KnxConverterDateTime>,             kNoRange},
+    {"20.x",    20,   0,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterByte8BitUnsigned>,     Both(0, 255)},
+    {"20.102",  20, 102,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterByte8BitUnsigned>,     Both(0, 4)},
+    {"20.103",  20, 103,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterByte8BitUnsigned>,     Both(0, 4)},
+    {"21.x",    21,   0,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterByte8BitUnsigned>,     Both(0, 255)},
+    {"23.x",    23,   0,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterByte8BitUnsigned>,     Both(0, 255)},
+    {"26.x",    26,   0,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterSceneInfo>,            {-64, 64, 0, 255}},
+    {"27.x",    27,   0,  32, ivtDWord,    OruDP::ivstNone,          Add<KnxConverterInteger32BitUnsigned>, Both(0, 4294967295.0)},
+    {"236.x",  236,   0,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterByte8BitUnsigned>,     Both(0, 255)},
+    {"232.x",  232,   0,  24, ivtDWord,    OruDP::ivstNone,          Add<KnxConverterInteger24BitUnsigned>, Both(0, 16777215)},
+    {"238.x",  238,   0,   8, ivtByte,     OruDP::ivstNone,          Add<KnxConverterByte8BitUnsigned>,     Both(0, 255)},
 };
 // clang-format on
 

@@ -36,6 +36,37 @@ bool FitsByte(int v)
 {
     return v >= 0 && v <= 0xFF;
 }
+
+bool ReadTimeOfDay(const Detail::ConverterSite& site, const KnxStack::GroupValue& group, ORUVALUE& value)
+{
+    const KnxStack::BinaryData& raw = group.GetRawData();
+    const unsigned minuteSecond = (static_cast<unsigned>(raw.GetUInt8Value(1)) << 8) | raw.GetUInt8Value(2);
+    if ((minuteSecond & kTimeReservedBits) != 0)
+        return Detail::Reject(site, "No valid TimeOfDay datagram, reserved fields are not zero!");
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    KnxStack::DayOfWeek knxDay = KnxStack::DayOfWeek::NoDay;
+    group.GetAsTimeOfDay(&hour, &minute, &second, &knxDay);
+    const boost::optional<LumApp::TimeOfDay> tod = LumApp::TimeOfDay::Create(
+        hour, minute, second, static_cast<LumApp::DayOfWeek>(static_cast<std::uint8_t>(knxDay)));
+    if (!tod)
+        return Detail::Reject(site, "No valid TimeOfDay (10.001)!");
+    value.ivt = ivtDayTime;
+    ORUTIME& t = value.GetTime();
+    t.year = 2000;
+    t.month = 1;
+    t.day = 1;
+    t.hour = static_cast<std::uint8_t>(tod->GetHour());
+    t.minute = static_cast<std::uint8_t>(tod->GetMinute());
+    t.second = static_cast<std::uint8_t>(tod->GetSecond());
+    t.hundredths = 0;
+    t.weekDay = LumApp::ToOruWeekday(tod->GetWeekday());
+    t.dayOfYear = 1;
+    t.isLocalTime = false;
+    t.isDaylightSaving = false;
+    return true;
+}
 } // namespace
 
 // --- 11.001 ------------------------------------------------------------------
@@ -109,71 +140,32 @@ KnxConverter* KnxConverterDate::Clone() const
 // --- 10.001 ------------------------------------------------------------------
 
 bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value, KnxStack::GroupValue& group)
-try
 {
-    LUM_TRACE_TO_KNX(dpt, value);
-    if (dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime)
-    {
-        LUM_LOG_ERROR("Wrong DPT main number (10.001) or oru value type (ivtDayTime)!");
-        return false;
-    }
-    const boost::optional<LumApp::TimeOfDay> tod = LumApp::FromOruTime(value.GetTime());
-    if (!tod)
-    {
-        LUM_LOG_ERROR("Could not convert ORUTIME " << OruTimeFields{value.GetTime()} << " to TimeOfDay");
-        return false;
-    }
-    group.SetAsTimeOfDay(tod->GetHour(), tod->GetMinute(), tod->GetSecond(),
-                         static_cast<KnxStack::DayOfWeek>(static_cast<std::uint8_t>(tod->GetWeekday())));
-    return true;
+    return Detail::Convert(LUM_CONVERTER_SITE, dpt, value,
+                           {dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime,
+                            "Wrong DPT main number (10.001) or oru value type (ivtDayTime)!"},
+                           [&](const Detail::ConverterSite& site)
+                           {
+                               const boost::optional<LumApp::TimeOfDay> tod =
+                                   LumApp::FromOruTime(value.GetTime());
+                               if (!tod)
+                                   return Detail::Reject(site, "Could not convert ORUTIME ",
+                                                         OruTimeFields{value.GetTime()}, " to TimeOfDay");
+                               group.SetAsTimeOfDay(tod->GetHour(), tod->GetMinute(), tod->GetSecond(),
+                                                    static_cast<KnxStack::DayOfWeek>(
+                                                        static_cast<std::uint8_t>(tod->GetWeekday())));
+                               return true;
+                           });
 }
-LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                          ORUVALUE& value)
-try
 {
-    LUM_TRACE_FROM_KNX(dpt, group);
-    if (dpt.mainNumber != 10 && dpt.subNumber != 1)
-    {
-        LUM_LOG_ERROR("Wrong DPT main number (10.001)!");
-        return false;
-    }
-    const KnxStack::BinaryData& raw = group.GetRawData();
-    const unsigned minuteSecond = (static_cast<unsigned>(raw.GetUInt8Value(1)) << 8) | raw.GetUInt8Value(2);
-    if ((minuteSecond & kTimeReservedBits) != 0)
-    {
-        LUM_LOG_ERROR("No valid TimeOfDay datagram, reserved fields are not zero!");
-        return false;
-    }
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    KnxStack::DayOfWeek knxDay = KnxStack::DayOfWeek::NoDay;
-    group.GetAsTimeOfDay(&hour, &minute, &second, &knxDay);
-    const boost::optional<LumApp::TimeOfDay> tod = LumApp::TimeOfDay::Create(
-        hour, minute, second, static_cast<LumApp::DayOfWeek>(static_cast<std::uint8_t>(knxDay)));
-    if (!tod)
-    {
-        LUM_LOG_ERROR("No valid TimeOfDay (10.001)!");
-        return false;
-    }
-    value.ivt = ivtDayTime;
-    ORUTIME& t = value.GetTime();
-    t.year = 2000;
-    t.month = 1;
-    t.day = 1;
-    t.hour = static_cast<std::uint8_t>(tod->GetHour());
-    t.minute = static_cast<std::uint8_t>(tod->GetMinute());
-    t.second = static_cast<std::uint8_t>(tod->GetSecond());
-    t.hundredths = 0;
-    t.weekDay = LumApp::ToOruWeekday(tod->GetWeekday());
-    t.dayOfYear = 1;
-    t.isLocalTime = false;
-    t.isDaylightSaving = false;
-    return true;
+    return Detail::Convert(LUM_CONVERTER_SITE, dpt, group,
+                           {dpt.mainNumber != 10 && dpt.subNumber != 1, "Wrong DPT main number (10.001)!"},
+                           [&](const Detail::ConverterSite& site)
+                           { return ReadTimeOfDay(site, group, value); });
 }
-LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterTimeOfDay::Clone() const
 {

@@ -41,55 +41,55 @@ bool WithinInternal(const FloatRange& range, double d)
 
 // --- 9.x ---------------------------------------------------------------------
 
+namespace
+{
+bool IsInternalValue(const Detail::ConverterSite& site, const KNXDPT& dpt, const FloatRange& range, double d)
+{
+    if (WithinInternal(range, d))
+        return true;
+    return Detail::Reject(site, "The internal value of DPT=", Detail::DptText{dpt}, ", f=", d,
+                          " is out of the allowed range.");
+}
+} // namespace
+
 bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                              KnxStack::GroupValue& group)
-try
 {
-    LUM_TRACE_TO_KNX(dpt, value);
-    if (dpt.mainNumber != 9 && value.ivt != ivtUnset && value.ivt != ivtFloat)
-    {
-        LUM_LOG_ERROR("Wrong DPT main number (9.x) or oru value type (ivtFloat)!");
-        return false;
-    }
-    if (value.ivt == ivtUnset)
-    {
-        group.SetAsFloat16(kFloat16InvalidMarker);
-        return true;
-    }
-    const double d = value.GetFloat();
-    if (!WithinInternal(m_range, d))
-    {
-        LUM_LOG_ERROR("The internal value of DPT=" << Detail::DptText{dpt} << ", f=" << d
-                                                   << " is out of the allowed range.");
-        return false;
-    }
-    group.SetAsFloat16(d);
-    return true;
+    return Detail::Convert(LUM_CONVERTER_SITE, dpt, value,
+                           {dpt.mainNumber != 9 && value.ivt != ivtUnset && value.ivt != ivtFloat,
+                            "Wrong DPT main number (9.x) or oru value type (ivtFloat)!"},
+                           [&](const Detail::ConverterSite& site)
+                           {
+                               if (value.ivt == ivtUnset)
+                               {
+                                   group.SetAsFloat16(kFloat16InvalidMarker);
+                                   return true;
+                               }
+                               const double d = value.GetFloat();
+                               if (!IsInternalValue(site, dpt, m_range, d))
+                                   return false;
+                               group.SetAsFloat16(d);
+                               return true;
+                           });
 }
-LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                ORUVALUE& value)
-try
 {
-    LUM_TRACE_FROM_KNX(dpt, group);
-    if (IsFloat16InvalidMarker(group))
-    {
-        value.ivt = ivtUnset;
-        return true;
-    }
-    // The decoded number is stored before the range test and stays on rejection.
-    const double d = group.GetAsFloat16();
-    value.SetFloat(d);
-    if (!WithinInternal(m_range, d))
-    {
-        LUM_LOG_ERROR("The internal value of DPT=" << Detail::DptText{dpt} << ", f=" << d
-                                                   << " is out of the allowed range.");
-        return false;
-    }
-    return true;
+    return Detail::Convert(LUM_CONVERTER_SITE, dpt, group, Detail::kTakesAll,
+                           [&](const Detail::ConverterSite& site)
+                           {
+                               if (IsFloat16InvalidMarker(group))
+                               {
+                                   value.ivt = ivtUnset;
+                                   return true;
+                               }
+                               // The decoded number is stored before the range test and stays on rejection.
+                               const double d = group.GetAsFloat16();
+                               value.SetFloat(d);
+                               return IsInternalValue(site, dpt, m_range, d);
+                           });
 }
-LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterFloat16BitFloat::Clone() const
 {
@@ -100,38 +100,26 @@ KnxConverter* KnxConverterFloat16BitFloat::Clone() const
 
 bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const ORUVALUE& value,
                                              KnxStack::GroupValue& group)
-try
 {
-    LUM_TRACE_TO_KNX(dpt, value);
-    if (dpt.mainNumber != 14 && value.ivt != ivtUnset && value.ivt != ivtFloat)
-    {
-        LUM_LOG_ERROR("Wrong DPT main number (14.x) or oru value type (ivtFloat)!");
-        return false;
-    }
-    if (value.ivt == ivtUnset)
-        group.SetAsFloat32(QuietNaN());
-    else
-        group.SetAsFloat32(static_cast<float>(value.GetFloat()));
-    return true;
+    return Detail::Convert(
+        LUM_CONVERTER_SITE, dpt, value,
+        {dpt.mainNumber != 14 && value.ivt != ivtUnset && value.ivt != ivtFloat,
+         "Wrong DPT main number (14.x) or oru value type (ivtFloat)!"},
+        [&]
+        { group.SetAsFloat32(value.ivt == ivtUnset ? QuietNaN() : static_cast<float>(value.GetFloat())); });
 }
-LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
 
 bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                ORUVALUE& value)
-try
 {
-    LUM_TRACE_FROM_KNX(dpt, group);
-    if (dpt.mainNumber != 14)
-    {
-        LUM_LOG_ERROR("Wrong DPT main number (14.x)!");
-        return false;
-    }
-    const double d = static_cast<double>(group.GetAsFloat32());
-    value.SetFloat(d);
-    value.ivt = ivtFloat;
-    return true;
+    return Detail::Convert(LUM_CONVERTER_SITE, dpt, group,
+                           {dpt.mainNumber != 14, "Wrong DPT main number (14.x)!"},
+                           [&]
+                           {
+                               value.SetFloat(static_cast<double>(group.GetAsFloat32()));
+                               value.ivt = ivtFloat;
+                           });
 }
-LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
 
 KnxConverter* KnxConverterFloat32BitFloat::Clone() const
 {

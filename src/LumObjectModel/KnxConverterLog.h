@@ -8,6 +8,7 @@
 
 #include <exception>
 #include <ostream>
+#include <type_traits>
 
 namespace Lum
 {
@@ -31,6 +32,97 @@ void LogToKnxException(const char* function, const char* file, int line, const K
                        const ORUVALUE& value, const std::exception& e);
 void LogFromKnxException(const char* function, const char* file, int line, const KNXDPT& dpt,
                          const KnxStack::GroupValue& group, const std::exception& e);
+
+// Where a conversion logs from: the converter's ToKnxValue or FromKnxValue,
+// even for the lines that the shared steps below write for it.
+struct ConverterSite
+{
+    const char* function;
+    const char* file;
+    int line;
+};
+
+// A DPT or value type the converter does not take, and the ERROR line that
+// says so (null: rejected without a line).
+struct Refusal
+{
+    bool refused;
+    const char* text;
+};
+
+inline void Trace(const ConverterSite& site, const KNXDPT& dpt, const ORUVALUE& value)
+{
+    LUM_LOG_AT(log4cplus::DEBUG_LOG_LEVEL, site.function, site.file, site.line,
+               "DPT is used. DPT = " << DptText{dpt} << " ivt=" << static_cast<int>(value.ivt)
+                                     << " val=" << value.ToString());
+}
+
+inline void Trace(const ConverterSite& site, const KNXDPT& dpt, const KnxStack::GroupValue& group)
+{
+    LUM_LOG_AT(log4cplus::DEBUG_LOG_LEVEL, site.function, site.file, site.line,
+               "DPT is used. DPT = " << DptText{dpt} << " grp.size=" << group.GetDefinedSize()
+                                     << " grp.val=" << group.GetRawData().ToString());
+}
+
+// A conversion that fails with one ERROR line in the converter's name: the
+// parts written one after the other, and only when ERROR is enabled.
+template <typename... Parts>
+__attribute__((noinline, cold)) bool Reject(const ConverterSite& site, const Parts&... parts)
+{
+    const log4cplus::Logger& logger = GetGlobalDefaultLogger();
+    if (logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL))
+    {
+        LogEntryFormatter entry(site.function, site.file, site.line);
+        (entry.Stream() << ... << parts);
+        entry.Emit(logger, log4cplus::ERROR_LOG_LEVEL);
+    }
+    return false;
+}
+
+inline void LogException(const ConverterSite& site, const KNXDPT& dpt, const ORUVALUE& value,
+                         const std::exception& e)
+{
+    LogToKnxException(site.function, site.file, site.line, dpt, value, e);
+}
+
+inline void LogException(const ConverterSite& site, const KNXDPT& dpt, const KnxStack::GroupValue& group,
+                         const std::exception& e)
+{
+    LogFromKnxException(site.function, site.file, site.line, dpt, group, e);
+}
+
+// The steps every traced conversion shares: entry trace, the converter's
+// refusal of a DPT or value type, and no exception leaving. `convert` is the
+// converter's own part; it fails through Reject() or returns nothing when it
+// cannot fail. `from` is the value or the group value converted.
+template <typename From, typename Own>
+bool Convert(const ConverterSite& site, const KNXDPT& dpt, const From& from, const Refusal& refusal,
+             Own&& convert)
+{
+    try
+    {
+        Trace(site, dpt, from);
+        if (refusal.refused)
+            return refusal.text != nullptr && Reject(site, refusal.text);
+        if constexpr (std::is_invocable_v<Own, const ConverterSite&>)
+            return convert(site);
+        else if constexpr (std::is_void_v<decltype(convert())>)
+        {
+            convert();
+            return true;
+        }
+        else
+            return convert();
+    }
+    catch (const std::exception& e)
+    {
+        LogException(site, dpt, from, e);
+        return false;
+    }
+}
+
+// For a converter that takes every DPT and value type of its family.
+constexpr Refusal kTakesAll{false, nullptr};
 
 } // namespace Detail
 } // namespace Lum
@@ -66,13 +158,11 @@ void LogFromKnxException(const char* function, const char* file, int line, const
         return false;                                                                                        \
     }
 
-// Entry traces of the converters. Macros, so that the line names the
-// converter's own function; formatted only when DEBUG is enabled.
-#define LUM_TRACE_TO_KNX(dpt, value)                                                                         \
-    LUM_LOG_DEBUG("DPT is used. DPT = " << ::Lum::Detail::DptText{dpt} << " ivt="                            \
-                                        << static_cast<int>((value).ivt) << " val=" << (value).ToString())
+// The converter's public function at the place of the macro: the lines of
+// a conversion name the converter, not a helper or a lambda.
+#define LUM_CONVERTER_SITE (::Lum::Detail::ConverterSite{__func__, __FILE__, __LINE__})
 
-#define LUM_TRACE_FROM_KNX(dpt, group)                                                                       \
-    LUM_LOG_DEBUG("DPT is used. DPT = " << ::Lum::Detail::DptText{dpt}                                       \
-                                        << " grp.size=" << (group).GetDefinedSize()                          \
-                                        << " grp.val=" << (group).GetRawData().ToString())
+// Entry traces of the converters that do not run through Detail::Convert();
+// formatted only when DEBUG is enabled.
+#define LUM_TRACE_TO_KNX(dpt, value) ::Lum::Detail::Trace(LUM_CONVERTER_SITE, dpt, value)
+#define LUM_TRACE_FROM_KNX(dpt, group) ::Lum::Detail::Trace(LUM_CONVERTER_SITE, dpt, group)

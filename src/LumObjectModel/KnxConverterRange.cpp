@@ -28,38 +28,54 @@ std::int64_t Span(std::int64_t min, std::int64_t max)
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(max) - static_cast<std::uint64_t>(min));
 }
 
-// Shared by both integer ranges: spans in signed 64 bits, bounds not ordered.
-// Its lines are those of the ranges' CalculateScaleFactor().
-template <typename Range> void CalculateIntegerScaleFactor(Range& r)
+// How a range's bounds are named in its failure lines.
+struct BoundNames
 {
-    const std::int64_t spanInt = Span(r.m_internalMin, r.m_internalMax);
-    const std::int64_t spanExt = Span(r.m_externalMin, r.m_externalMax);
+    const char* internal;
+    const char* external;
+    const char* bothJoin; // between the two halves of the line naming both
+};
+
+constexpr BoundNames kIntegerNames{"internal", "external", "] or because of invalid "};
+
+// Shared by every range: the factor from the spans, or one ERROR line and
+// the factor left as it was (1.0 when the spans give a factor of zero).
+template <typename Range, typename InternalSpan, typename ExternalSpan>
+void SetScaleFactor(Range& r, InternalSpan spanInt, ExternalSpan spanExt, const BoundNames& names)
+{
     if (spanInt == 0)
     {
-        LUM_LOG_ERROR_AS("CalculateScaleFactor",
-                         "Failed to calculate the scale factor because of invalid internal range ["
-                             << r.m_internalMin << ", " << r.m_internalMax << "].");
+        LUM_LOG_ERROR_AS("CalculateScaleFactor", "Failed to calculate the scale factor because of invalid "
+                                                     << names.internal << " range [" << r.m_internalMin
+                                                     << ", " << r.m_internalMax << "].");
         return;
     }
     if (spanExt == 0)
     {
-        LUM_LOG_ERROR_AS("CalculateScaleFactor",
-                         "Failed to calculate the scale factor because of invalid external range ["
-                             << r.m_externalMin << ", " << r.m_externalMax << "].");
+        LUM_LOG_ERROR_AS("CalculateScaleFactor", "Failed to calculate the scale factor because of invalid "
+                                                     << names.external << " range [" << r.m_externalMin
+                                                     << ", " << r.m_externalMax << "].");
         return;
     }
     const double scale = static_cast<double>(spanExt) / static_cast<double>(spanInt);
     if (scale == 0.0)
     {
         r.m_scaleFactor = 1.0;
-        LUM_LOG_ERROR_AS("CalculateScaleFactor",
-                         "Failed to calculate the scale factor because of invalid internal range ["
-                             << r.m_internalMin << ", " << r.m_internalMax
-                             << "] or because of invalid external range [" << r.m_externalMin << ", "
-                             << r.m_externalMax << "].");
+        LUM_LOG_ERROR_AS("CalculateScaleFactor", "Failed to calculate the scale factor because of invalid "
+                                                     << names.internal << " range [" << r.m_internalMin
+                                                     << ", " << r.m_internalMax << names.bothJoin
+                                                     << names.external << " range [" << r.m_externalMin
+                                                     << ", " << r.m_externalMax << "].");
         return;
     }
     r.m_scaleFactor = scale;
+}
+
+// Both integer ranges: spans in signed 64 bits, bounds not ordered.
+template <typename Range> void CalculateIntegerScaleFactor(Range& r)
+{
+    SetScaleFactor(r, Span(r.m_internalMin, r.m_internalMax), Span(r.m_externalMin, r.m_externalMax),
+                   kIntegerNames);
 }
 
 } // namespace
@@ -113,31 +129,9 @@ FloatIntegerRange::FloatIntegerRange(double internalMin, double internalMax, std
 
 void FloatIntegerRange::CalculateScaleFactor()
 {
-    const double spanInt = m_internalMax - m_internalMin;
-    const std::int64_t spanExt =
-        static_cast<std::int64_t>(m_externalMax) - static_cast<std::int64_t>(m_externalMin);
-    if (spanInt == 0.0)
-    {
-        LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid double range ["
-                      << m_internalMin << ", " << m_internalMax << "].");
-        return;
-    }
-    if (spanExt == 0)
-    {
-        LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid integer range ["
-                      << m_externalMin << ", " << m_externalMax << "].");
-        return;
-    }
-    const double scale = static_cast<double>(spanExt) / spanInt;
-    if (scale == 0.0)
-    {
-        m_scaleFactor = 1.0;
-        LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid double range ["
-                      << m_internalMin << ", " << m_internalMax << "] or because invalid integer range ["
-                      << m_externalMin << ", " << m_externalMax << "].");
-        return;
-    }
-    m_scaleFactor = scale;
+    SetScaleFactor(*this, m_internalMax - m_internalMin,
+                   static_cast<std::int64_t>(m_externalMax) - static_cast<std::int64_t>(m_externalMin),
+                   BoundNames{"double", "integer", "] or because invalid "});
 }
 
 std::string FloatIntegerRange::ToString() const
@@ -154,30 +148,9 @@ FloatRange::FloatRange(double internalMin, double internalMax, double externalMi
 
 void FloatRange::CalculateScaleFactor()
 {
-    const double spanInt = std::max(m_internalMin, m_internalMax) - std::min(m_internalMin, m_internalMax);
-    const double spanExt = std::max(m_externalMin, m_externalMax) - std::min(m_externalMin, m_externalMax);
-    if (spanInt == 0.0)
-    {
-        LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid double range ["
-                      << m_internalMin << ", " << m_internalMax << "].");
-        return;
-    }
-    if (spanExt == 0.0)
-    {
-        LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid external range ["
-                      << m_externalMin << ", " << m_externalMax << "].");
-        return;
-    }
-    const double scale = spanExt / spanInt;
-    if (scale == 0.0)
-    {
-        m_scaleFactor = 1.0;
-        LUM_LOG_ERROR("Failed to calculate the scale factor because of invalid double range ["
-                      << m_internalMin << ", " << m_internalMax << "] or because invalid external range ["
-                      << m_externalMin << ", " << m_externalMax << "].");
-        return;
-    }
-    m_scaleFactor = scale;
+    SetScaleFactor(*this, std::max(m_internalMin, m_internalMax) - std::min(m_internalMin, m_internalMax),
+                   std::max(m_externalMin, m_externalMax) - std::min(m_externalMin, m_externalMax),
+                   BoundNames{"double", "external", "] or because invalid "});
 }
 
 std::string FloatRange::ToString() const
