@@ -72,6 +72,12 @@ inline constexpr ValueTypeInfo kValueTypes[] = {{0, "Unset", Kind::Unset},
 // The entry of `type`; null for a number the platform does not know.
 inline const ValueTypeInfo* FindValueType(OruValueType type)
 {
+    // The basic types 0..15 are the first rows in order: the common case is one index.
+    constexpr std::int32_t kDirect = 16;
+    static_assert(kValueTypes[kDirect - 1].number == kDirect - 1, "rows 0..15 are the types 0..15");
+    const auto number = static_cast<std::int32_t>(type);
+    if (number >= 0 && number < kDirect)
+        return &kValueTypes[number];
     for (const ValueTypeInfo& info : kValueTypes)
     {
         if (info.number == static_cast<std::int32_t>(type))
