@@ -6,14 +6,6 @@
 using namespace LumBus;
 using Bytes = std::vector<std::uint8_t>;
 
-TEST(BusApdu, ServiceConstantsAreTheApciValues)
-{
-    EXPECT_EQ(kApciRead, 0x000);
-    EXPECT_EQ(kApciResponse, 0x040);
-    EXPECT_EQ(kApciWrite, 0x080);
-    EXPECT_EQ(kApciMask, 0x3C0);
-}
-
 TEST(BusApdu, EncodesEachServiceAndForm)
 {
     struct Case

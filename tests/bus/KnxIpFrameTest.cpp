@@ -109,25 +109,6 @@ std::vector<FrameCase> FrameCases()
 
 } // namespace
 
-TEST(BusKnxIpFrame, ServiceTypeNumbers)
-{
-    const std::pair<std::uint16_t, std::uint16_t> numbers[] = {{kServiceSearchRequest, 0x0201},
-                                                               {kServiceSearchResponse, 0x0202},
-                                                               {kServiceConnectRequest, 0x0205},
-                                                               {kServiceConnectResponse, 0x0206},
-                                                               {kServiceConnectionStateRequest, 0x0207},
-                                                               {kServiceConnectionStateResponse, 0x0208},
-                                                               {kServiceDisconnectRequest, 0x0209},
-                                                               {kServiceDisconnectResponse, 0x020A},
-                                                               {kServiceTunnellingRequest, 0x0420},
-                                                               {kServiceTunnellingAck, 0x0421},
-                                                               {kServiceRoutingIndication, 0x0530},
-                                                               {kServiceRoutingLostMessage, 0x0531},
-                                                               {kServiceRoutingBusy, 0x0532}};
-    for (const auto& [constant, number] : numbers)
-        EXPECT_EQ(constant, number) << KnxIpServiceName(number);
-}
-
 // The encoder writes the hand-made layout; the decoder reads it back into a
 // body the encoder turns into the same bytes, so no field is lost or swapped.
 TEST(BusKnxIpFrame, EncodesAndDecodesEveryService)

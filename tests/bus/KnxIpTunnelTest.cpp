@@ -203,16 +203,6 @@ Bytes Indication(std::uint16_t group, const Bytes& tpdu)
     return cemi;
 }
 
-GroupTelegram Telegram(std::uint16_t destination, GroupService service, Bytes data, bool shortForm = false)
-{
-    GroupTelegram t;
-    t.destination = destination;
-    t.service = service;
-    t.data = std::move(data);
-    t.shortForm = shortForm;
-    return t;
-}
-
 struct WriteCase
 {
     GroupTelegram telegram;
@@ -225,19 +215,19 @@ std::vector<WriteCase> WriteCases()
     const auto add = [&](GroupTelegram telegram, Bytes cemi) {
         cases.push_back({std::move(telegram), std::move(cemi)});
     };
-    add(Telegram(0x0A03, GroupService::Write, {0x01}, true),
+    add(GroupTelegram{0, 0x0A03, GroupService::Write, {0x01}, true},
         {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x0A, 0x03, 0x01, 0x00, 0x81});
-    add(Telegram(0x0A03, GroupService::Write, {0xFF}),
+    add(GroupTelegram{0, 0x0A03, GroupService::Write, {0xFF}},
         {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x0A, 0x03, 0x02, 0x00, 0x80, 0xFF});
-    add(Telegram(0x0A03, GroupService::Write, {0x0C, 0x33}),
+    add(GroupTelegram{0, 0x0A03, GroupService::Write, {0x0C, 0x33}},
         {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x0A, 0x03, 0x03, 0x00, 0x80, 0x0C, 0x33});
-    add(Telegram(0x0A03, GroupService::Read, {}),
+    add(GroupTelegram{0, 0x0A03, GroupService::Read, {}},
         {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x0A, 0x03, 0x01, 0x00, 0x00});
-    add(Telegram(0xFFFF, GroupService::Response, {0x41, 0xA8, 0x00, 0x00}),
+    add(GroupTelegram{0, 0xFFFF, GroupService::Response, {0x41, 0xA8, 0x00, 0x00}},
         {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0xFF, 0xFF, 0x05, 0x00, 0x40, 0x41, 0xA8, 0x00, 0x00});
     Bytes text = {0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x00, 0x01, 0x0F, 0x00, 0x80};
     text.resize(text.size() + 14, 0x41);
-    add(Telegram(0x0001, GroupService::Write, Bytes(14, 0x41)), text);
+    add(GroupTelegram{0, 0x0001, GroupService::Write, Bytes(14, 0x41)}, text);
     return cases;
 }
 
@@ -291,7 +281,7 @@ TEST(BusKnxIpTunnel, WritesEachSizeOfValueAndWaitsForItsConfirmation)
 
 TEST(BusKnxIpTunnel, ANegativeOrMissingConfirmationIsAnError)
 {
-    const GroupTelegram write = Telegram(0x0A03, GroupService::Write, {0x0C, 0x33});
+    const GroupTelegram write{0, 0x0A03, GroupService::Write, {0x0C, 0x33}};
     ScriptedServer server;
     server.Run(
         [&](ScriptedServer& s)
@@ -370,7 +360,7 @@ TEST(BusKnxIpTunnel, ConnectingFailsInWords)
 // carries the telegram; without reconnecting that is the end.
 TEST(BusKnxIpTunnel, ResendsOnceThenReconnects)
 {
-    const GroupTelegram write = Telegram(0x0A03, GroupService::Write, {0x0C, 0x33});
+    const GroupTelegram write{0, 0x0A03, GroupService::Write, {0x0C, 0x33}};
     for (const bool reconnect : {true, false})
     {
         ScriptedServer server;
