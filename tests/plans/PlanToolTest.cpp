@@ -7,9 +7,6 @@
 #include <boost/algorithm/string.hpp>
 #include <boost/filesystem.hpp>
 
-#include <cstdio>
-#include <fstream>
-#include <sys/wait.h>
 
 namespace
 {
