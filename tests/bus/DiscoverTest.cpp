@@ -3,75 +3,18 @@
 // malformed ones included. Nothing leaves the machine: the request goes to
 // 127.0.0.1 only.
 #include "LiveProcess.h"
+#include "LoopbackUdp.h"
 #include "ToolProcess.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
 #include <filesystem>
-#include <string>
-#include <vector>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace
 {
 
 using namespace std::chrono_literals;
 using Bytes = std::vector<std::uint8_t>;
-
-// A UDP socket on 127.0.0.1 with a port of the kernel's choice.
-class StandIn
-{
-public:
-    StandIn()
-    {
-        m_fd = socket(AF_INET, SOCK_DGRAM, 0);
-        sockaddr_in self{};
-        self.sin_family = AF_INET;
-        self.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof self;
-        if (m_fd < 0 || bind(m_fd, reinterpret_cast<sockaddr*>(&self), sizeof self) != 0 ||
-            getsockname(m_fd, reinterpret_cast<sockaddr*>(&self), &size) != 0)
-            throw std::runtime_error(std::string("stand-in socket: ") + std::strerror(errno));
-        m_port = ntohs(self.sin_port);
-    }
-    ~StandIn() { close(m_fd); }
-    StandIn(const StandIn&) = delete;
-    StandIn& operator=(const StandIn&) = delete;
-
-    std::uint16_t Port() const { return m_port; }
-
-    // The next datagram within `timeout`; empty when none came.
-    Bytes Receive(std::chrono::milliseconds timeout)
-    {
-        pollfd p{m_fd, POLLIN, 0};
-        if (poll(&p, 1, static_cast<int>(timeout.count())) != 1)
-            return {};
-        Bytes bytes(2048);
-        socklen_t size = sizeof m_peer;
-        const ssize_t n =
-            recvfrom(m_fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&m_peer), &size);
-        bytes.resize(n > 0 ? static_cast<std::size_t>(n) : 0);
-        return bytes;
-    }
-    std::uint16_t PeerPort() const { return ntohs(m_peer.sin_port); }
-    void Answer(const Bytes& bytes) const
-    {
-        sendto(m_fd, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&m_peer),
-               sizeof m_peer);
-    }
-
-private:
-    int m_fd = -1;
-    std::uint16_t m_port = 0;
-    sockaddr_in m_peer{};
-};
 
 // A search response laid out field by field: control endpoint, device info, families.
 Bytes SearchResponse(const Bytes& endpoint, std::uint8_t medium, std::uint16_t address,
@@ -193,7 +136,7 @@ TEST_F(BusDiscover, PrintsWhatAnswersAndNamesWhatIsMalformed)
     for (const Case& c : cases)
     {
         SCOPED_TRACE(c.name);
-        StandIn device;
+        LumTest::LoopbackUdp device;
         const std::string port = std::to_string(device.Port());
         // A second leaves room for a loaded machine or an emulator; every case waits it out.
         std::vector<std::string> args = {"discover", "--host", "127.0.0.1:" + port, "--timeout", "1000"};
@@ -207,7 +150,7 @@ TEST_F(BusDiscover, PrintsWhatAnswersAndNamesWhatIsMalformed)
                   (Bytes{0x06, 0x10, 0x02, 0x01, 0x00, 0x0E, 0x08, 0x01, 0x7F, 0x00, 0x00, 0x01,
                          static_cast<std::uint8_t>(from >> 8), static_cast<std::uint8_t>(from & 0xFF)}));
         for (const Bytes& answer : c.answers)
-            device.Answer(answer);
+            device.Send(answer);
 
         EXPECT_EQ(lumknx.Wait(10000ms), c.status);
         EXPECT_EQ(LiveBus::ReadFile(m_dir + "/out"), Replace(c.out, "PORT", port));

@@ -3,13 +3,9 @@
 // frames, heartbeats and a server that goes away. Nothing leaves 127.0.0.1.
 #include "LumBus/KnxIpTunnel.h"
 
-#include <gtest/gtest.h>
+#include "LoopbackUdp.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <functional>
 #include <thread>
@@ -28,28 +24,17 @@ constexpr std::uint16_t kTunnelAddress = 0x1105; // 1.1.5
 class ScriptedServer
 {
 public:
-    ScriptedServer()
-    {
-        m_fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-        socklen_t size = sizeof address;
-        ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &size);
-        m_port = ntohs(address.sin_port);
-    }
+    ScriptedServer() = default;
     ~ScriptedServer()
     {
         if (m_thread.joinable())
             m_thread.join();
-        ::close(m_fd);
     }
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
 
-    std::string Url() const { return "ipt:127.0.0.1:" + std::to_string(m_port); }
-    Hpai Endpoint() const { return {kHostProtocolUdp4, {127, 0, 0, 1}, m_port}; }
+    std::string Url() const { return "ipt:127.0.0.1:" + std::to_string(m_udp.Port()); }
+    Hpai Endpoint() const { return {kHostProtocolUdp4, {127, 0, 0, 1}, m_udp.Port()}; }
 
     void Run(std::function<void(ScriptedServer&)> script)
     {
@@ -61,17 +46,10 @@ public:
     // client's endpoint is remembered for Send.
     std::optional<KnxIpFrame> Next(std::chrono::milliseconds timeout = 3000ms)
     {
-        pollfd p{m_fd, POLLIN, 0};
-        if (::poll(&p, 1, static_cast<int>(timeout.count())) <= 0)
+        m_last = m_udp.Receive(timeout);
+        if (m_last.empty())
             return std::nullopt;
-        std::uint8_t buffer[1024];
-        socklen_t size = sizeof m_client;
-        const ssize_t n =
-            ::recvfrom(m_fd, buffer, sizeof buffer, 0, reinterpret_cast<sockaddr*>(&m_client), &size);
-        if (n < 0)
-            return std::nullopt;
-        m_last.assign(buffer, buffer + n);
-        return DecodeKnxIpFrame(buffer, static_cast<std::size_t>(n));
+        return DecodeKnxIpFrame(m_last.data(), m_last.size());
     }
     template <typename Body> std::optional<Body> NextOf(std::chrono::milliseconds timeout = 3000ms)
     {
@@ -85,13 +63,9 @@ public:
         return std::get<Body>(frame->body);
     }
     const Bytes& Last() const { return m_last; }
-    std::uint16_t ClientPort() const { return ntohs(m_client.sin_port); }
+    std::uint16_t ClientPort() const { return m_udp.PeerPort(); }
 
-    void SendRaw(const Bytes& bytes)
-    {
-        ::sendto(m_fd, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&m_client),
-                 sizeof m_client);
-    }
+    void SendRaw(const Bytes& bytes) { m_udp.Send(bytes); }
     void Send(const KnxIpBody& body) { SendRaw(EncodeKnxIpFrame(body)); }
 
     // Takes the connect request and opens the tunnel on `channel`.
@@ -143,9 +117,7 @@ public:
     }
 
 private:
-    int m_fd = -1;
-    std::uint16_t m_port = 0;
-    sockaddr_in m_client{};
+    LumTest::LoopbackUdp m_udp;
     Bytes m_last;
     std::thread m_thread;
 };
