@@ -85,40 +85,23 @@ TEST(BusKnxIpRouting, RejectsBadUrlsSayingWhy)
 
 TEST(BusKnxIpRouting, EncodesIndications)
 {
+    // clang-format off
     const LumTest::GroupRequestCase cases[] = {
-        {"write 0C 33 to 1/2/3 from 15.15.255",
-         0x0A03,
-         GroupService::Write,
-         {0x0C, 0x33},
-         false,
+        {"write 0C 33 to 1/2/3 from 15.15.255", 0x0A03, GroupService::Write, {0x0C, 0x33}, false,
          kDefaultRoutingSource,
          {0x06, 0x10, 0x05, 0x30, 0x00, 0x13, 0x29, 0x00, 0xBC, 0xE0, 0xFF, 0xFF, 0x0A, 0x03, 0x03, 0x00,
           0x80, 0x0C, 0x33}},
-        {"switch on 0/0/1 from 1.1.250 in the short form",
-         0x0001,
-         GroupService::Write,
-         {0x01},
-         true,
-         0x11FA,
+        {"switch on 0/0/1 from 1.1.250 in the short form", 0x0001, GroupService::Write, {0x01}, true, 0x11FA,
          {0x06, 0x10, 0x05, 0x30, 0x00, 0x11, 0x29, 0x00, 0xBC, 0xE0, 0x11, 0xFA, 0x00, 0x01, 0x01, 0x00,
           0x81}},
-        {"read of 31/7/255",
-         0xFFFF,
-         GroupService::Read,
-         {},
-         false,
-         kDefaultRoutingSource,
+        {"read of 31/7/255", 0xFFFF, GroupService::Read, {}, false, kDefaultRoutingSource,
          {0x06, 0x10, 0x05, 0x30, 0x00, 0x11, 0x29, 0x00, 0xBC, 0xE0, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, 0x00,
           0x00}},
-        {"response 2A",
-         0x0801,
-         GroupService::Response,
-         {0x2A},
-         false,
-         0x1105,
+        {"response 2A", 0x0801, GroupService::Response, {0x2A}, false, 0x1105,
          {0x06, 0x10, 0x05, 0x30, 0x00, 0x12, 0x29, 0x00, 0xBC, 0xE0, 0x11, 0x05, 0x08, 0x01, 0x02, 0x00,
           0x40, 0x2A}},
     };
+    // clang-format on
     for (const LumTest::GroupRequestCase& c : cases)
     {
         SCOPED_TRACE(c.name);
@@ -141,6 +124,7 @@ TEST(BusKnxIpRouting, SortsDatagrams)
     const udp::endpoint server(address, kKnxIpPort);
     const Bytes write = {0x06, 0x10, 0x05, 0x30, 0x00, 0x13, 0x29, 0x00, 0xBC, 0xE0,
                          0x11, 0x05, 0x0A, 0x03, 0x03, 0x00, 0x80, 0x0C, 0x33};
+    // clang-format off
     struct Case
     {
         const char* name;
@@ -152,36 +136,25 @@ TEST(BusKnxIpRouting, SortsDatagrams)
         {"our own, looped back", write, own, Kind::OwnEcho, ""},
         {"the same from the server", write, server, Kind::Telegram, ""},
         {"ours even when malformed", {0x06, 0x10}, own, Kind::OwnEcho, ""},
-        {"busy",
-         {0x06, 0x10, 0x05, 0x32, 0x00, 0x0C, 0x06, 0x01, 0x00, 0x64, 0x00, 0x00},
-         server,
-         Kind::Busy,
+        {"busy", {0x06, 0x10, 0x05, 0x32, 0x00, 0x0C, 0x06, 0x01, 0x00, 0x64, 0x00, 0x00}, server, Kind::Busy,
          ""},
-        {"lost messages",
-         {0x06, 0x10, 0x05, 0x31, 0x00, 0x0A, 0x04, 0x01, 0x01, 0x02},
-         server,
-         Kind::LostMessages,
-         ""},
+        {"lost messages", {0x06, 0x10, 0x05, 0x31, 0x00, 0x0A, 0x04, 0x01, 0x01, 0x02}, server,
+         Kind::LostMessages, ""},
         {"a search request",
-         {0x06, 0x10, 0x02, 0x01, 0x00, 0x0E, 0x08, 0x01, 0x0A, 0x63, 0x00, 0x02, 0xC3, 0x50},
-         server,
-         Kind::Other,
-         "datagram from 10.99.0.1:3671: search request"},
+         {0x06, 0x10, 0x02, 0x01, 0x00, 0x0E, 0x08, 0x01, 0x0A, 0x63, 0x00, 0x02, 0xC3, 0x50}, server,
+         Kind::Other, "datagram from 10.99.0.1:3671: search request"},
         {"a header alone", {0x06, 0x10, 0x05, 0x30, 0x00, 0x13}, server, Kind::Malformed, nullptr},
         {"an unknown service", {0x06, 0x10, 0x05, 0x3F, 0x00, 0x06}, server, Kind::Malformed, nullptr},
         {"an L_Data.req",
          {0x06, 0x10, 0x05, 0x30, 0x00, 0x13, 0x11, 0x00, 0xBC, 0xE0, 0x11, 0x05, 0x0A, 0x03, 0x03, 0x00,
           0x80, 0x0C, 0x33},
-         server,
-         Kind::BadCemi,
-         "datagram from 10.99.0.1:3671: L_Data.req in a routing indication"},
+         server, Kind::BadCemi, "datagram from 10.99.0.1:3671: L_Data.req in a routing indication"},
         {"an NPDU longer than its bytes",
          {0x06, 0x10, 0x05, 0x30, 0x00, 0x13, 0x29, 0x00, 0xBC, 0xE0, 0x11, 0x05, 0x0A, 0x03, 0x05, 0x00,
           0x80, 0x0C, 0x33},
-         server,
-         Kind::BadCemi,
-         nullptr},
+         server, Kind::BadCemi, nullptr},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         SCOPED_TRACE(c.name);
@@ -230,6 +203,7 @@ TEST(BusKnxIpRouting, PacesSending)
         long nextSend;  // ms
         unsigned count; // N at the query
     };
+    // clang-format off
     std::vector<Case> cases = {
         {"nothing yet", {}, 0, 0, 0},
         {"busy: its wait time", {{0, true, 20, 0.0}}, 0, 20, 1},
@@ -237,31 +211,21 @@ TEST(BusKnxIpRouting, PacesSending)
         {"busy: past its pause", {{0, true, 20, 0.5}}, 50, 50, 1},
         {"two within 10 ms count once", {{0, true, 20, 1.0}, {9, true, 20, 1.0}}, 9, 79, 1},
         {"two 10 ms apart count twice", {{0, true, 20, 1.0}, {10, true, 20, 1.0}}, 10, 130, 2},
-        {"a later short busy does not shorten the pause",
-         {{0, true, 1000, 0.0}, {20, true, 10, 0.0}},
-         20,
-         1000,
-         2},
+        {"a later short busy does not shorten the pause", {{0, true, 1000, 0.0}, {20, true, 10, 0.0}}, 20,
+         1000, 2},
         {"a wait of a minute is cut to a second", {{0, true, 65535, 0.0}}, 0, 1000, 1},
         {"N holds for 100 ms", {{0, true, 20, 0.0}}, 104, 104, 1},
         {"then falls every 5 ms", {{0, true, 20, 0.0}}, 105, 105, 0},
         {"three hold for 300 ms after the last",
-         {{0, true, 20, 0.0}, {20, true, 20, 0.0}, {40, true, 20, 0.0}},
-         339,
-         339,
-         3},
-        {"and fall one per 5 ms",
-         {{0, true, 20, 0.0}, {20, true, 20, 0.0}, {40, true, 20, 0.0}},
-         345,
-         345,
+         {{0, true, 20, 0.0}, {20, true, 20, 0.0}, {40, true, 20, 0.0}}, 339, 339, 3},
+        {"and fall one per 5 ms", {{0, true, 20, 0.0}, {20, true, 20, 0.0}, {40, true, 20, 0.0}}, 345, 345,
          2},
         {"to none", {{0, true, 20, 0.0}, {20, true, 20, 0.0}, {40, true, 20, 0.0}}, 355, 355, 0},
         {"a busy after the fall counts from there",
-         {{0, true, 20, 0.0}, {20, true, 20, 0.0}, {40, true, 20, 0.0}, {345, true, 20, 1.0}},
-         345,
-         345 + 20 + 150,
-         3},
+         {{0, true, 20, 0.0}, {20, true, 20, 0.0}, {40, true, 20, 0.0}, {345, true, 20, 1.0}}, 345,
+         345 + 20 + 150, 3},
     };
+    // clang-format on
     Case many{"N stops at 20", {}, 0, 0, 20};
     for (long i = 0; i < 30; ++i)
         many.events.push_back({i * 20, true, 0, 1.0});

@@ -79,6 +79,7 @@ struct WriteCase
 // Every size class; the bytes are the reference vectors. 19.001: year - 1900,
 // month, day, Tuesday (2) in bits 7-5 beside hour 23, minutes, seconds, then
 // the flags "working day not given" (NWD) and none.
+// clang-format off
 const WriteCase kWrites[] = {
     {"1.001", "true", "1/0/1", {0x00, 0x81}, " 01"},
     {"2.001", "3", "1/0/2", {0x00, 0x83}, " 03"},
@@ -87,17 +88,13 @@ const WriteCase kWrites[] = {
     {"9.001", "21.5", "1/0/5", {0x00, 0x80, 0x0C, 0x33}, " 0C 33 "},
     {"10.001", "Tue 13:23:42", "1/0/6", {0x00, 0x80, 0x4D, 0x17, 0x2A}, " 4D 17 2A "},
     {"14.056", "397", "1/0/7", {0x00, 0x80, 0x43, 0xC6, 0x80, 0x00}, " 43 C6 80 00 "},
-    {"19.001",
-     "2017-11-28 23:07:24",
-     "1/0/8",
-     {0x00, 0x80, 0x75, 0x0B, 0x1C, 0x57, 0x07, 0x18, 0x20, 0x00},
+    {"19.001", "2017-11-28 23:07:24", "1/0/8", {0x00, 0x80, 0x75, 0x0B, 0x1C, 0x57, 0x07, 0x18, 0x20, 0x00},
      " 75 0B 1C 57 07 18 20 00 "},
-    {"16.001",
-     "KNX is OK",
-     "31/7/255",
+    {"16.001", "KNX is OK", "31/7/255",
      {0x00, 0x80, 0x4B, 0x4E, 0x58, 0x20, 0x69, 0x73, 0x20, 0x4F, 0x4B, 0x00, 0x00, 0x00, 0x00, 0x00},
      " 4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00 "},
 };
+// clang-format on
 
 TEST_F(BusKnxd, WriteSendsByteExactApdusOfEverySize)
 {
@@ -142,6 +139,7 @@ struct MonitorCase
 
 TEST_F(BusKnxd, MonitorDecodesWhatKnxtoolSends)
 {
+    // clang-format off
     const MonitorCase cases[] = {
         {"1.001", {"groupswrite", "1/0/1", "1"}, "write", "01", "true"},
         // A small value in long form.
@@ -153,20 +151,16 @@ TEST_F(BusKnxd, MonitorDecodesWhatKnxtoolSends)
         {"9.001", {"groupwrite", "1/0/5", "8A", "24"}, "write", "8A 24", "-30"},
         {"10.001", {"groupwrite", "1/0/6", "F7", "3B", "3B"}, "write", "F7 3B 3B", "Sun 23:59:59"},
         {"14.056", {"groupwrite", "1/0/7", "43", "C6", "80", "00"}, "write", "43 C6 80 00", "397"},
-        {"19.001",
-         {"groupwrite", "1/0/8", "7E", "0B", "14", "A0", "00", "00", "21", "80"},
-         "write",
-         "7E 0B 14 A0 00 00 21 80",
-         "2026-11-20 00:00:00"},
+        {"19.001", {"groupwrite", "1/0/8", "7E", "0B", "14", "A0", "00", "00", "21", "80"}, "write",
+         "7E 0B 14 A0 00 00 21 80", "2026-11-20 00:00:00"},
         {"16.001",
          {"groupwrite", "1/0/9", "4B", "4E", "58", "20", "69", "73", "20", "4F", "4B", "00", "00", "00", "00",
           "00"},
-         "write",
-         "4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00",
-         "\\\"KNX is OK\\\""},
+         "write", "4B 4E 58 20 69 73 20 4F 4B 00 00 00 00 00", "\\\"KNX is OK\\\""},
         {"1.001", {"groupsresponse", "1/2/3", "1"}, "response", "01", "true"},
         {"9.001", {"groupread", "1/2/3"}, "read", "", nullptr},
     };
+    // clang-format on
     for (const MonitorCase& c : cases)
     {
         auto monitor =
