@@ -176,27 +176,23 @@ TEST(PlanReaders, DptTexts)
 
 TEST(PlanReaders, TextEncodings)
 {
+    // clang-format off
     const struct
     {
         std::string bytes;
         std::string text; // "" when it fails
         std::string error;
     } cases[] = {
-        {"K\xC3\xBC"
-         "che",
-         "Küche", ""},
-        {"\xEF\xBB\xBFK\xC3\xBC"
-         "che",
-         "Küche", ""},
-        {"K\xFC"
-         "che \x80 \x9F",
-         "Küche € Ÿ", ""},
+        {"K\xC3\xBC" "che", "Küche", ""},
+        {"\xEF\xBB\xBFK\xC3\xBC" "che", "Küche", ""},
+        {"K\xFC" "che \x80 \x9F", "Küche € Ÿ", ""},
         {"\xC3", "Ã", ""}, // a cut UTF-8 sequence is Windows-1252
         {"ab\x81", "", "neither UTF-8 nor Windows-1252 (byte 0x81 at offset 2)"},
         {"\xFC\x9D", "", "neither UTF-8 nor Windows-1252 (byte 0x9D at offset 1)"},
         {"\xFF\xFE\"\0G\0", "", "the file is UTF-16; export it as UTF-8 or Windows-1252"},
         {std::string("\"G\0\"", 4), "", "a NUL byte at offset 2: this is no text export"},
     };
+    // clang-format on
     for (const auto& c : cases)
     {
         std::string text, error;
@@ -209,6 +205,7 @@ TEST(PlanReaders, TextEncodings)
 TEST(PlanReaders, RowsThatCannotBeUsedAreWarnedAboutAndDropped)
 {
     const std::string header = "\"Group name\",\"Address\",\"DatapointType\",\"Comment\"\n";
+    // clang-format off
     const struct
     {
         std::string rows;
@@ -216,23 +213,20 @@ TEST(PlanReaders, RowsThatCannotBeUsedAreWarnedAboutAndDropped)
         std::vector<std::string> warnings;
     } cases[] = {
         {"\"A\",\"1/1/1\",\"DPST-1-1\",\"\"\n\"A\",\"1/1/1\",\"DPST-1-1\",\"x\"\n", 1, {}},
-        {"\"A\",\"1/1/1\",\"DPST-1-1\",\"\"\n\"B\",\"1/1/1\",\"DPST-1-1\",\"\"\n",
-         1,
+        {"\"A\",\"1/1/1\",\"DPST-1-1\",\"\"\n\"B\",\"1/1/1\",\"DPST-1-1\",\"\"\n", 1,
          {"1/1/1 listed twice: kept \"A\" (1.001), dropped \"B\" (1.001)"}},
-        {"\"A\",\"1/1/1\",\"\",\"\"\n\"A\",\"1/1/1\",\"DPST-1-1\",\"\"\n",
-         1,
+        {"\"A\",\"1/1/1\",\"\",\"\"\n\"A\",\"1/1/1\",\"DPST-1-1\",\"\"\n", 1,
          {"1/1/1 listed twice with different DPTs: kept \"A\" (no DPT), dropped \"A\" (1.001)"}},
         {"\"A\",\"1/8/1\",\"DPST-1-1\",\"\"\n", 0, {"row 2: \"1/8/1\" is no group address; row dropped"}},
         {"\"A\",\"\",\"DPST-1-1\",\"\"\n", 0, {"row 2: \"\" is no group address; row dropped"}},
-        {"\"A\",\"1/1/1\",\"Switch\",\"\"\n",
-         1,
+        {"\"A\",\"1/1/1\",\"Switch\",\"\"\n", 1,
          {"row 2: 1/1/1 has the unknown DPT \"Switch\"; kept without DPT"}},
         {"\"A\",\"1/1/1\"\n", 0, {"row 2: 2 fields where 3 are needed; row dropped"}},
-        {"\"A\tB\",\"1/1/1\",\"\",\"\"\n\"C\",\"1/1/1\",\"\",\"\"\n",
-         1,
+        {"\"A\tB\",\"1/1/1\",\"\",\"\"\n\"C\",\"1/1/1\",\"\",\"\"\n", 1,
          {"1/1/1 listed twice: kept \"A\\tB\" (no DPT), dropped \"C\" (no DPT)"}},
         {"\n\"\",\"\",\"\",\"\"\n\"A\",\"1/1/-\",\"\",\"\"\n", 0, {}},
     };
+    // clang-format on
     for (const auto& c : cases)
     {
         const PlanLoadResult result = LumKnx::ReadGroupAddressPlan(header + c.rows);

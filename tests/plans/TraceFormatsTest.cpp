@@ -133,45 +133,36 @@ TEST(TraceFormats, EveryFormReadsLikeTheOwnCsv)
 
 TEST(TraceFormats, ProblemsOfEachForm)
 {
+    // clang-format off
     const struct
     {
         std::vector<std::string> lines;
         TraceLine::Kind kind;
         std::string problem;
     } cases[] = {
-        {{"1,1.1.1,1/1/1,9.001,0C 33,delete"},
-         TraceLine::Kind::Telegram,
+        {{"1,1.1.1,1/1/1,9.001,0C 33,delete"}, TraceLine::Kind::Telegram,
          "unknown service \"delete\" (write, read or response)"},
-        {{"1,1.1.1,1/1/1,9.001,0C 33,write,x"},
-         TraceLine::Kind::Malformed,
+        {{"1,1.1.1,1/1/1,9.001,0C 33,write,x"}, TraceLine::Kind::Malformed,
          "7 fields instead of 5 (time,source,destination,dpt,data)"},
-        {{"Write from 0.0.7 4/1/2: 0C 33"},
-         TraceLine::Kind::Malformed,
+        {{"Write from 0.0.7 4/1/2: 0C 33"}, TraceLine::Kind::Malformed,
          "a groupsocketlisten line without \" to \""},
-        {{"L_Busmon: BC 00 07 21 02 E3 00 80 0C 33 3C :L_Data"},
-         TraceLine::Kind::Malformed,
+        {{"L_Busmon: BC 00 07 21 02 E3 00 80 0C 33 3C :L_Data"}, TraceLine::Kind::Malformed,
          "a bus-monitor frame whose checksum is wrong"},
         {{"L_Busmon: " + Frame({0xBC, 0x00, 0x07, 0x21, 0x02, 0xE4, 0x00, 0x80, 0x0C, 0x33})},
-         TraceLine::Kind::Malformed,
-         "a bus-monitor frame of 11 bytes whose length field says 12"},
-        {{"L_Busmon: BC 00 07 :L_Data"},
-         TraceLine::Kind::Malformed,
+         TraceLine::Kind::Malformed, "a bus-monitor frame of 11 bytes whose length field says 12"},
+        {{"L_Busmon: BC 00 07 :L_Data"}, TraceLine::Kind::Malformed,
          "a bus-monitor frame of 3 bytes is too short"},
-        {{"L_Busmon: BC 0G"},
-         TraceLine::Kind::Malformed,
+        {{"L_Busmon: BC 0G"}, TraceLine::Kind::Malformed,
          "a bus-monitor frame that is not hexadecimal bytes"},
         {{"L_Busmon: CC :ACK"}, TraceLine::Kind::Ignored, ""},
         // To a device, not a group: no group value.
-        {{"L_Busmon: " + Frame({0xBC, 0x00, 0x07, 0x11, 0x05, 0x61, 0x43, 0x00})},
-         TraceLine::Kind::Ignored,
+        {{"L_Busmon: " + Frame({0xBC, 0x00, 0x07, 0x11, 0x05, 0x61, 0x43, 0x00})}, TraceLine::Kind::Ignored,
          ""},
         // A group address but no group value service (A_IndividualAddress_Write to all).
         {{"L_Busmon: " + Frame({0xBC, 0x00, 0x07, 0x00, 0x00, 0xE3, 0x00, 0xC0, 0x11, 0x05})},
-         TraceLine::Kind::Ignored,
-         ""},
+         TraceLine::Kind::Ignored, ""},
         {{"L_Busmon: " + Frame({0xBC, 0x00, 0x09, 0x21, 0x02, 0xE2, 0x00, 0x00, 0x01})},
-         TraceLine::Kind::Telegram,
-         "a read carries no value"},
+         TraceLine::Kind::Telegram, "a read carries no value"},
         {MonitorExport("0.0.7", "4/1/2", "Write", "", "21.5 °C"), TraceLine::Kind::Telegram,
          "no value in its data columns"},
         {MonitorExport("0.0.7", "4/1/2", "Write", "", "$0C $3"), TraceLine::Kind::Telegram,
@@ -182,15 +173,14 @@ TEST(TraceFormats, ProblemsOfEachForm)
          "unknown type \"Ack\""},
         {MonitorExport("0.0.7", "", "Write", "", "$01"), TraceLine::Kind::Malformed,
          "no destination address"},
-        {{kMonitorHeader, "\"1\";\"x\"y;\"4/1/2\""},
-         TraceLine::Kind::Malformed,
+        {{kMonitorHeader, "\"1\";\"x\"y;\"4/1/2\""}, TraceLine::Kind::Malformed,
          "malformed CSV: a quote out of place or never closed"},
-        {{kMonitorHeader, "\"1\";\"08:00\"\"\";\"open"},
-         TraceLine::Kind::Malformed,
+        {{kMonitorHeader, "\"1\";\"08:00\"\"\";\"open"}, TraceLine::Kind::Malformed,
          "malformed CSV: a quote out of place or never closed"},
         {{kMonitorHeader, ""}, TraceLine::Kind::Ignored, ""},
         {{kMonitorHeader, kMonitorHeader.substr(3)}, TraceLine::Kind::Ignored, ""},
     };
+    // clang-format on
     for (const auto& c : cases)
     {
         const Parsed parsed = Last(c.lines);
