@@ -51,21 +51,6 @@ TEST(Logging, LineIsFunctionFileLineDashMessage)
     EXPECT_EQ(lines[0].text, "value=42");
 }
 
-TEST(Logging, LevelsMapToLog4cplusLevels)
-{
-    LumTest::LogCapture capture;
-    LUM_LOG_DEBUG("d");
-    LUM_LOG_INFO("i");
-    LUM_LOG_WARN("w");
-    LUM_LOG_ERROR("e");
-    LUM_LOG_FATAL("f");
-    const auto lines = capture.Lines();
-    ASSERT_EQ(lines.size(), 5u);
-    const log4cplus::LogLevel expected[] = {10000, 20000, 30000, 40000, 50000};
-    for (std::size_t i = 0; i < lines.size(); ++i)
-        EXPECT_EQ(lines[i].level, expected[i]) << lines[i].text;
-}
-
 TEST(Logging, DisabledLevelFormatsNothing)
 {
     LumTest::LogCapture capture;

@@ -7,7 +7,6 @@
 #include <boost/algorithm/string.hpp>
 #include <boost/filesystem.hpp>
 
-
 namespace
 {
 
