@@ -27,11 +27,11 @@ namespace
 {
 bool ParseNumber(std::string_view text, unsigned long max, unsigned long& out)
 {
+    if (text.empty() || text.size() > 6)
+        return false;
     // At most six digits, so no overflow; from_chars takes no sign or blank
     // for an unsigned number, so a full read means digits only.
     const char* end = text.data() + text.size();
-    if (text.empty() || text.size() > 6)
-        return false;
     const auto read = std::from_chars(text.data(), end, out);
     return read.ec == std::errc() && read.ptr == end && out <= max;
 }

@@ -110,6 +110,7 @@ int RunMonitor(const Arguments& options)
     Lum::KnxValueConverter converter;
     converter.Init();
     LibraryMessages messages;
+    ValueDecoder decoder(converter, messages);
     BusSession session(options.positional[0], &options);
     std::cerr << "lumknx: monitoring " << options.positional[0] << '\n';
 
@@ -188,7 +189,7 @@ int RunMonitor(const Arguments& options)
                     ++totals.raw;
                 else
                 {
-                    value = DecodeForDisplay(converter, *dpt, ToBytes(in.telegram.data), messages);
+                    decoder.Decode(*dpt, ToBytes(in.telegram.data), value);
                     s.value = &value;
                     if (value.decoded)
                         ++totals.decoded;

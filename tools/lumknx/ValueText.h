@@ -37,7 +37,8 @@ ValueText DecodeForDisplay(const Lum::KnxValueConverter& converter, const KNXDPT
 
 // Decodes telegram after telegram through one converter. What a converter
 // writes is found by a type test; the answer is kept per converter, of which
-// the converter's map holds a fixed number.
+// the converter's map holds a fixed number (the tests took 8% of trace's
+// instructions when repeated for every telegram).
 class ValueDecoder final
 {
 public:
