@@ -5,7 +5,10 @@
 // everything that shows a DPT to a person; adding a name or a unit is one row.
 // Header-only and internal: not installed.
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <ostream>
 #include <string>
 
@@ -108,20 +111,37 @@ inline constexpr DptWords kDptWords[] = {
     {238, 0, "8-bit unsigned", ""},
 };
 
-// The exact row, else the main number's row, else nullptr.
+// The rows' order: by main, then sub.
+constexpr bool RowBefore(const DptWords& a, const DptWords& b)
+{
+    return a.main < b.main || (a.main == b.main && a.sub < b.sub);
+}
+
+constexpr bool RowsStrictlySorted()
+{
+    for (std::size_t i = 1; i < std::size(kDptWords); ++i)
+        if (!RowBefore(kDptWords[i - 1], kDptWords[i]))
+            return false;
+    return true;
+}
+static_assert(RowsStrictlySorted(), "FindDptWords searches the rows by halves");
+
+// The row of main.sub exactly, else nullptr.
+inline const DptWords* FindDptRow(std::uint16_t main, std::uint16_t sub)
+{
+    const DptWords key{main, sub, "", ""};
+    const DptWords* end = std::end(kDptWords);
+    const DptWords* row = std::lower_bound(std::begin(kDptWords), end, key, RowBefore);
+    return row != end && !RowBefore(key, *row) ? row : nullptr;
+}
+
+// The exact row, else the main number's row, else nullptr. Looked up for
+// every telegram a trace prints, hence the binary search.
 inline const DptWords* FindDptWords(std::uint16_t main, std::uint16_t sub)
 {
-    const DptWords* whole = nullptr;
-    for (const DptWords& w : kDptWords)
-    {
-        if (w.main != main)
-            continue;
-        if (w.sub == sub)
-            return &w;
-        if (w.sub == 0)
-            whole = &w;
-    }
-    return whole;
+    if (const DptWords* exact = FindDptRow(main, sub))
+        return exact;
+    return sub == 0 ? nullptr : FindDptRow(main, 0);
 }
 
 // "9.001", "9.x" (sub 0): how a DPT is written for people and in tables.

@@ -27,11 +27,13 @@ namespace
 {
 bool ParseNumber(std::string_view text, unsigned long max, unsigned long& out)
 {
-    if (text.empty() || text.size() > 6 || !std::all_of(text.begin(), text.end(), ::isdigit))
+    if (text.empty() || text.size() > 6)
         return false;
-    // Digits only, at most six: from_chars reads them all and cannot overflow.
-    std::from_chars(text.data(), text.data() + text.size(), out);
-    return out <= max;
+    // At most six digits, so no overflow; from_chars takes no sign or blank
+    // for an unsigned number, so a full read means digits only.
+    const char* end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, out);
+    return read.ec == std::errc() && read.ptr == end && out <= max;
 }
 
 class RecordingAppender : public log4cplus::Appender
@@ -96,16 +98,15 @@ public:
 };
 } // namespace
 
-boost::optional<KNXDPT> ParseDpt(const std::string& text)
+boost::optional<KNXDPT> ParseDpt(std::string_view text)
 {
     const auto dot = text.find('.');
-    if (dot == std::string::npos)
+    if (dot == std::string_view::npos)
         return boost::none;
     unsigned long main = 0;
     unsigned long sub = 0;
-    const std::string_view whole(text);
-    const std::string_view subText = whole.substr(dot + 1);
-    if (!ParseNumber(whole.substr(0, dot), 0xFFFF, main) || main == 0)
+    const std::string_view subText = text.substr(dot + 1);
+    if (!ParseNumber(text.substr(0, dot), 0xFFFF, main) || main == 0)
         return boost::none;
     if (subText != "x" && !ParseNumber(subText, 0xFFFF, sub))
         return boost::none;
@@ -152,13 +153,18 @@ std::string FormatHex(const std::vector<unsigned char>& bytes)
 {
     std::string text;
     text.reserve(bytes.size() * 3);
-    for (const unsigned char b : bytes)
-    {
-        if (!text.empty())
-            text.push_back(' ');
-        AppendHexByte(text, b);
-    }
+    AppendHex(text, bytes);
     return text;
+}
+
+void AppendHex(std::string& out, const std::vector<unsigned char>& bytes)
+{
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+    {
+        if (i > 0)
+            out.push_back(' ');
+        AppendHexByte(out, bytes[i]);
+    }
 }
 
 std::string EscapeControls(const std::string& text)

@@ -12,6 +12,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace LumKnx
@@ -68,13 +69,15 @@ struct Command
 };
 
 // "9.001", "9.1" or "9.x"; nothing for anything else.
-boost::optional<KNXDPT> ParseDpt(const std::string& text);
+boost::optional<KNXDPT> ParseDpt(std::string_view text);
 // "9.001" or "9.x".
 std::string FormatDpt(const KNXDPT& dpt);
 // Hexadecimal bytes, optionally separated by blanks or colons ("0C 33", "0c33").
 boost::optional<std::vector<unsigned char>> ParseHex(const std::string& text);
 // "0C 33".
 std::string FormatHex(const std::vector<unsigned char>& bytes);
+// Appends the bytes as FormatHex() writes them.
+void AppendHex(std::string& out, const std::vector<unsigned char>& bytes);
 // Appends `byte` as two hex digits, upper case unless `lowerCase`.
 void AppendHexByte(std::string& out, unsigned char byte, bool lowerCase = false);
 // The text with control characters written as \t, \n or \xNN, so that

@@ -112,8 +112,7 @@ void WriteText(Output& out, const Found& f)
 void WriteJson(Output& out, const Found& f)
 {
     const LumBus::DeviceInfo& d = f.response.device;
-    std::string& t = out.Text();
-    t += "{\"name\":\"" + JsonEscaped(LumBus::DeviceNameUtf8(d.name)) + "\"";
+    std::string t = "{\"name\":\"" + JsonEscaped(LumBus::DeviceNameUtf8(d.name)) + "\"";
     t += ",\"address\":\"" + LumBus::FormatIndividualAddress(d.individualAddress) + "\"";
     t += ",\"host\":\"" + f.control.address().to_string() + "\",\"port\":" + std::to_string(f.control.port());
     t += ",\"medium\":\"" + JsonEscaped(LumBus::MediumName(d.medium)) + "\"";
@@ -127,6 +126,7 @@ void WriteJson(Output& out, const Found& f)
              "\",\"version\":" + std::to_string(s.version) + "}";
     }
     t += "]}";
+    out.Append(t);
     out.EndLine();
 }
 } // namespace

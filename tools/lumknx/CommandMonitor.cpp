@@ -51,19 +51,18 @@ void WriteText(Output& out, const Shown& s)
     out.CharacterField(s.value != nullptr && s.value->decoded ? s.value->human : "-", 22);
     out.CharacterField(s.bytes, 0);
     if (!s.problem.empty())
-        out.Text() += "FAILED: " + s.problem + " ";
+        out.Append("FAILED: " + s.problem + " ");
     else if (s.value != nullptr && !s.value->warning.empty())
-        out.Text() += "warning: " + s.value->warning + " ";
+        out.Append("warning: " + s.value->warning + " ");
     if (!s.name.empty())
-        out.Text() += "(" + EscapeControls(s.name) + ")";
+        out.Append("(" + EscapeControls(s.name) + ")");
     out.EndLine();
 }
 
 // The trace's columns and a sixth: the service.
 void WriteCsv(Output& out, const Shown& s)
 {
-    out.Text() +=
-        s.time + ',' + s.source + ',' + s.destination + ',' + s.dpt + ',' + s.bytes + ',' + s.service;
+    out.Append(s.time + ',' + s.source + ',' + s.destination + ',' + s.dpt + ',' + s.bytes + ',' + s.service);
     out.EndLine();
 }
 
@@ -76,8 +75,7 @@ void JsonField(std::string& text, const char* name, const std::string& value, bo
 
 void WriteJson(Output& out, const Shown& s)
 {
-    std::string& t = out.Text();
-    t += "{";
+    std::string t = "{";
     JsonField(t, "time", s.time);
     JsonField(t, "source", s.source);
     JsonField(t, "destination", s.destination);
@@ -92,6 +90,7 @@ void WriteJson(Output& out, const Shown& s)
     if (!s.name.empty())
         JsonField(t, "name", s.name);
     t += "}";
+    out.Append(t);
     out.EndLine();
 }
 } // namespace
@@ -111,13 +110,14 @@ int RunMonitor(const Arguments& options)
     Lum::KnxValueConverter converter;
     converter.Init();
     LibraryMessages messages;
+    ValueDecoder decoder(converter, messages);
     BusSession session(options.positional[0], &options);
     std::cerr << "lumknx: monitoring " << options.positional[0] << '\n';
 
     Output out;
     if (format == Format::Csv)
     {
-        out.Text() += "time,source,destination,dpt,data,service";
+        out.Append("time,source,destination,dpt,data,service");
         out.EndLine();
     }
     out.Flush();
@@ -189,7 +189,7 @@ int RunMonitor(const Arguments& options)
                     ++totals.raw;
                 else
                 {
-                    value = DecodeForDisplay(converter, *dpt, ToBytes(in.telegram.data), messages);
+                    decoder.Decode(*dpt, ToBytes(in.telegram.data), value);
                     s.value = &value;
                     if (value.decoded)
                         ++totals.decoded;

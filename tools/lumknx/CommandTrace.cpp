@@ -121,6 +121,9 @@ int RunTrace(const Arguments& args)
     Lum::KnxValueConverter converter;
     converter.Init();
     LibraryMessages messages;
+    ValueDecoder decoder(converter, messages);
+    ValueText value;
+    std::string bytes; // reused: a telegram's bytes as they are printed
     Totals totals;
     Output out;
     LineReader reader(fd);
@@ -175,7 +178,8 @@ int RunTrace(const Arguments& args)
             Row(out, line, planned, line.dataText, "-", "FAILED: ", line.problem);
             continue;
         }
-        const std::string bytes = FormatHex(line.data);
+        bytes.clear();
+        AppendHex(bytes, line.data);
         if (line.service == TraceLine::Service::Read)
         {
             ++totals.decoded;
@@ -188,7 +192,7 @@ int RunTrace(const Arguments& args)
             Row(out, line, planned, bytes, "-", "no DPT", "");
             continue;
         }
-        const ValueText value = DecodeForDisplay(converter, dpt, line.data, messages);
+        decoder.Decode(dpt, line.data, value);
         const char* status = line.service == TraceLine::Service::Response ? "OK (response)" : "OK";
         if (value.decoded)
         {

@@ -12,13 +12,6 @@ namespace LumKnx
 namespace
 {
 constexpr std::size_t kBlock = 64 * 1024;
-
-void Pad(std::string& text, std::size_t length, std::size_t width)
-{
-    if (length < width)
-        text.append(width - length, ' ');
-    text.push_back(' ');
-}
 } // namespace
 
 void PrintDecoded(const ValueText& value)
@@ -28,41 +21,43 @@ void PrintDecoded(const ValueText& value)
         std::cerr << "lumknx: warning: " << value.warning << '\n';
 }
 
+// Room for a block and a row of the longest line a trace may hold.
+Output::Output() : m_buffer(2 * kBlock, '\0') {}
+
 Output::~Output()
 {
     Flush();
 }
 
-void Output::Field(std::string_view text, std::size_t width)
+void Output::Grow(std::size_t bytes)
 {
-    m_text.append(text);
-    Pad(m_text, text.size(), width);
+    m_buffer.resize(std::max(2 * m_buffer.size(), m_used + bytes));
 }
 
 void Output::CharacterField(std::string_view text, std::size_t width)
 {
-    m_text.append(text);
     const auto characters = static_cast<std::size_t>(std::count_if(
         text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-    Pad(m_text, characters, width);
+    Padded(text, characters, width);
 }
 
 void Output::EndLine()
 {
-    while (!m_text.empty() && m_text.back() == ' ')
-        m_text.pop_back();
-    m_text.push_back('\n');
-    if (m_text.size() > kBlock)
+    while (m_used > 0 && m_buffer[m_used - 1] == ' ')
+        --m_used;
+    *Room(1) = '\n';
+    ++m_used;
+    if (m_used > kBlock)
         Flush();
 }
 
 bool Output::Flush()
 {
-    if (m_text.empty())
+    if (m_used == 0)
         return !m_broken;
-    if (std::fwrite(m_text.data(), 1, m_text.size(), stdout) != m_text.size() || std::fflush(stdout) != 0)
+    if (std::fwrite(m_buffer.data(), 1, m_used, stdout) != m_used || std::fflush(stdout) != 0)
         m_broken = true;
-    m_text.clear();
+    m_used = 0;
     return !m_broken;
 }
 

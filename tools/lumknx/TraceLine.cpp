@@ -252,7 +252,7 @@ void ParseTraceLine(std::string_view line, TraceLine& out)
     }
     if (!fields[3].empty())
     {
-        const auto dpt = ParseDpt(std::string(fields[3]));
+        const auto dpt = ParseDpt(fields[3]);
         if (!dpt)
         {
             out.problem = "not a DPT";

@@ -34,14 +34,17 @@ namespace Vocabulary = Lum::Vocabulary;
 
 constexpr const char* kDayNames[] = {"", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
 
-// The value type a converter writes where it is not the entry's: these write
-// a byte into a value that the facade typed after the entry.
+// These converters write a byte into a value that the facade typed after the entry.
+bool WritesByte(const Lum::KnxConverter& converter)
+{
+    return dynamic_cast<const Lum::KnxConverter4Bit*>(&converter) != nullptr ||
+           dynamic_cast<const Lum::KnxConverterSceneControl*>(&converter) != nullptr;
+}
+
+// The value type a converter writes where it is not the entry's.
 OruValueType WrittenType(const Lum::KnxConverter& converter, OruValueType entryType)
 {
-    if (dynamic_cast<const Lum::KnxConverter4Bit*>(&converter) != nullptr ||
-        dynamic_cast<const Lum::KnxConverterSceneControl*>(&converter) != nullptr)
-        return ivtByte;
-    return entryType;
+    return WritesByte(converter) ? ivtByte : entryType;
 }
 
 // The value type a converter takes for writing where it is not the entry's.
@@ -124,21 +127,33 @@ std::string FloatText(double value, bool single)
     return std::string(text, end);
 }
 
-std::string Two(unsigned value)
+// The last two decimal digits, a leading zero included.
+void AppendTwo(std::string& text, unsigned value)
 {
-    char text[4];
-    std::snprintf(text, sizeof text, "%02u", value % 100);
-    return text;
+    value %= 100;
+    text.push_back(static_cast<char>('0' + value / 10));
+    text.push_back(static_cast<char>('0' + value % 10));
 }
 
 std::string DateText(const ORUTIME& t)
 {
-    return std::to_string(t.year) + "-" + Two(t.month) + "-" + Two(t.day);
+    std::string text = std::to_string(t.year);
+    text.push_back('-');
+    AppendTwo(text, t.month);
+    text.push_back('-');
+    AppendTwo(text, t.day);
+    return text;
 }
 
 std::string ClockText(const ORUTIME& t)
 {
-    return Two(t.hour) + ":" + Two(t.minute) + ":" + Two(t.second);
+    std::string text;
+    AppendTwo(text, t.hour);
+    text.push_back(':');
+    AppendTwo(text, t.minute);
+    text.push_back(':');
+    AppendTwo(text, t.second);
+    return text;
 }
 
 int DayFromMask(unsigned mask)
@@ -188,18 +203,21 @@ std::string ExactText(const ORUVALUE& value, const KNXDPT& dpt)
     }
 }
 
-std::string WithUnit(const std::string& number, const Vocabulary::DptWords* words)
+std::string WithUnit(std::string number, const Vocabulary::DptWords* words)
 {
     if (words == nullptr || *words->unit == '\0')
         return number;
-    return number + " " + words->unit;
+    number.push_back(' ');
+    number += words->unit;
+    return number;
 }
 
+// As printf's "%.1f" in the C locale, without parsing a format per value.
 std::string OneDecimal(double value)
 {
     char text[32];
-    std::snprintf(text, sizeof text, "%.1f", value);
-    return text;
+    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 1).ptr;
+    return std::string(text, end);
 }
 
 // DPT 19.001's flags, byte 6 then byte 7, in the standard's order.
@@ -298,23 +316,48 @@ ValueText DecodeForDisplay(const Lum::KnxValueConverter& converter, const KNXDPT
                            const std::vector<unsigned char>& bytes, LibraryMessages& messages)
 {
     ValueText result;
-    const Lum::DptValueEntry& entry = converter.GetEntry(dpt);
+    ValueDecoder(converter, messages).Decode(dpt, bytes, result);
+    return result;
+}
+
+ValueDecoder::ValueDecoder(const Lum::KnxValueConverter& converter, LibraryMessages& messages)
+    : m_converter(converter), m_messages(messages)
+{
+}
+
+OruValueType ValueDecoder::WrittenType(const Lum::KnxConverter& converter, OruValueType entryType)
+{
+    auto known = m_writesByte.find(&converter);
+    if (known == m_writesByte.end())
+        known = m_writesByte.emplace(&converter, WritesByte(converter)).first;
+    return known->second ? ivtByte : entryType;
+}
+
+void ValueDecoder::Decode(const KNXDPT& dpt, const std::vector<unsigned char>& bytes, ValueText& result)
+{
+    result.decoded = false;
+    result.human.clear();
+    result.exact.clear();
+    result.type.clear();
+    result.reason.clear();
+    result.warning.clear();
+    const Lum::DptValueEntry& entry = m_converter.GetEntry(dpt);
     if (entry.ivt == ivtEmpty || !entry.converter)
     {
         result.reason = "DPT " + FormatDpt(dpt) + " is not supported";
-        return result;
+        return;
     }
     const KnxStack::GroupValue group = MakeGroupValue(dpt.mainNumber, bytes);
     KNXDPT used = dpt;
     ORUVALUE value;
-    messages.Clear();
-    const bool ok = converter.FromKnxValue(used, group, value);
-    result.reason = messages.First();
+    m_messages.Clear();
+    const bool ok = m_converter.FromKnxValue(used, group, value);
+    result.reason = m_messages.First();
     if (!ok || !result.reason.empty())
     {
         if (result.reason.empty())
             result.reason = "the library refused the bytes";
-        return result;
+        return;
     }
     result.decoded = true;
     if (value.ivt != ivtUnset)
@@ -325,7 +368,6 @@ ValueText DecodeForDisplay(const Lum::KnxValueConverter& converter, const KNXDPT
     result.human = value.ivt == ivtUnset ? "(invalid data)" : HumanText(value, dpt, bytes, result.exact);
     if (dpt.mainNumber == 16 && bytes.size() == 14 && bytes.back() != 0)
         result.warning = "the text fills all 14 bytes and may have been cut";
-    return result;
 }
 
 namespace
