@@ -9,12 +9,15 @@
 #include <Lum/KnxValueConverter.h>
 #include <Lum/MeasureDuration.h>
 #include <Platform/KnxStack.h>
+#include <Platform/Logging.h>
 #include <Platform/OruValue.h>
 
 #include <benchmark/benchmark.h>
 
 #include <cmath>
 #include <cstdint>
+#include <map>
+#include <memory_resource>
 #include <string>
 #include <vector>
 
@@ -79,13 +82,18 @@ const Lum::KnxValueConverter& Facade()
 // The floor: DPT 9.001 written by hand, as small as a codec can be, called as
 // a codec is (not inlined into the loop). Every figure of the library is
 // reported as a multiple of these, measured in the same run.
-__attribute__((noinline)) double FloorDecodeFloat16(const unsigned char* bytes)
+inline double DecodeFloat16(const unsigned char* bytes)
 {
     const unsigned raw = static_cast<unsigned>(bytes[0] << 8 | bytes[1]);
     int mantissa = raw & 0x07FF;
     if ((raw & 0x8000) != 0)
         mantissa -= 2048;
     return mantissa * (1 << ((raw >> 11) & 0x0F)) / 100.0;
+}
+
+__attribute__((noinline)) double FloorDecodeFloat16(const unsigned char* bytes)
+{
+    return DecodeFloat16(bytes);
 }
 
 __attribute__((noinline)) std::uint16_t FloorEncodeFloat16(double value)
@@ -128,6 +136,66 @@ void FloorEncode9001(benchmark::State& state)
     }
 }
 BENCHMARK(FloorEncode9001);
+
+// Lower bounds: what any implementation must spend that keeps the library's
+// published surface. They say how far a target can be reached at all.
+
+// A facade decode cannot do less than the floor, the DEBUG check of the
+// converter's entry trace and the virtual call into the entry's converter.
+struct BoundConverter
+{
+    virtual ~BoundConverter() = default;
+    virtual double Decode(const unsigned char* bytes) const { return DecodeFloat16(bytes); }
+};
+
+void BoundTraceCheckAndVirtualDecode(benchmark::State& state)
+{
+    const unsigned char bytes[2] = {0x0C, 0x33};
+    const BoundConverter converter;
+    const BoundConverter* call = &converter;
+    benchmark::DoNotOptimize(call);
+    const LumBench::CountAllocations<benchmark::State> counted(state);
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(bytes);
+        const bool traced = Lum::GetGlobalDefaultLogger().isEnabledFor(log4cplus::DEBUG_LOG_LEVEL);
+        benchmark::DoNotOptimize(traced);
+        benchmark::DoNotOptimize(call->Decode(bytes));
+    }
+}
+BENCHMARK(BoundTraceCheckAndVirtualDecode);
+
+// Init cannot do less than building the map's exported two-level tree: the
+// same keys as the filled table, an arena of the same size, 32-byte payloads
+// that copy without a converter clone, then destroyed, as Init's benchmark
+// builds and destroys a converter.
+void BoundTwoLevelTreeCopy(benchmark::State& state)
+{
+    struct Payload
+    {
+        std::uint64_t words[4];
+    };
+    using Tree = std::pmr::map<std::uint16_t, std::pmr::map<std::uint16_t, Payload>>;
+    Lum::KnxValueConverter filled;
+    filled.Init();
+    Tree prototype;
+    for (const auto& main : filled.GetDptValueMap().Entries())
+        for (const auto& sub : main.second)
+            prototype[main.first][sub.first] = Payload{};
+    if (prototype.empty())
+    {
+        state.SkipWithError("Init() registered nothing");
+        return;
+    }
+    const LumBench::CountAllocations<benchmark::State> counted(state);
+    for (auto _ : state)
+    {
+        std::pmr::monotonic_buffer_resource arena(16384);
+        const Tree copy(prototype, &arena);
+        benchmark::DoNotOptimize(copy.size());
+    }
+}
+BENCHMARK(BoundTwoLevelTreeCopy);
 
 // What the scope timer of GroupValueToOruValue costs by itself: start and read.
 void BareCpuTimer(benchmark::State& state)
