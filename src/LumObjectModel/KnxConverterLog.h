@@ -33,6 +33,28 @@ void LogToKnxException(const char* function, const char* file, int line, const K
 void LogFromKnxException(const char* function, const char* file, int line, const KNXDPT& dpt,
                          const KnxStack::GroupValue& group, const std::exception& e);
 
+// The stack's GroupValueException belongs to the facade while it calls a
+// converter: the facade logs it in its own words, once. A converter called on
+// its own catches it and logs its own line instead.
+class FacadeCall
+{
+public:
+    FacadeCall() noexcept { ++t_depth; }
+    ~FacadeCall() { --t_depth; }
+    FacadeCall(const FacadeCall&) = delete;
+    FacadeCall& operator=(const FacadeCall&) = delete;
+
+    // Whether `e` is to travel on to the facade instead of being logged here.
+    static bool PassesOn(const std::exception& e) noexcept
+    {
+        return t_depth != 0 && dynamic_cast<const KnxStack::GroupValueException*>(&e) != nullptr;
+    }
+
+private:
+    // Initial-exec: the facade enters and leaves on every conversion.
+    static inline thread_local unsigned t_depth __attribute__((tls_model("initial-exec"))) = 0;
+};
+
 // Where a conversion logs from: the converter's ToKnxValue or FromKnxValue,
 // even for the lines that the shared steps below write for it.
 struct ConverterSite
@@ -116,6 +138,8 @@ bool Convert(const ConverterSite& site, const KNXDPT& dpt, const From& from, con
     }
     catch (const std::exception& e)
     {
+        if (FacadeCall::PassesOn(e))
+            throw;
         LogException(site, dpt, from, e);
         return false;
     }
@@ -128,11 +152,14 @@ constexpr Refusal kTakesAll{false, nullptr};
 } // namespace Lum
 
 // Handlers of the converters' function-try-blocks: no exception leaves a
-// conversion; it ends as a rejection with one ERROR line naming the DPT and
-// the value or bytes.
+// conversion called on its own; it ends as a rejection with one ERROR line
+// naming the DPT and the value or bytes. Inside the facade the stack's
+// exception goes on to the facade.
 #define LUM_CONVERTER_CATCH_TO_KNX(dpt, value)                                                               \
     catch (const std::exception& e)                                                                          \
     {                                                                                                        \
+        if (::Lum::Detail::FacadeCall::PassesOn(e))                                                          \
+            throw;                                                                                           \
         ::Lum::Detail::LogToKnxException(__func__, __FILE__, __LINE__, dpt, value, e);                       \
         return false;                                                                                        \
     }
@@ -140,6 +167,8 @@ constexpr Refusal kTakesAll{false, nullptr};
 #define LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)                                                             \
     catch (const std::exception& e)                                                                          \
     {                                                                                                        \
+        if (::Lum::Detail::FacadeCall::PassesOn(e))                                                          \
+            throw;                                                                                           \
         ::Lum::Detail::LogFromKnxException(__func__, __FILE__, __LINE__, dpt, group, e);                     \
         return false;                                                                                        \
     }

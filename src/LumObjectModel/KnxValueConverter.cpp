@@ -326,7 +326,12 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const ORUVALUE& val, KnxStack::G
             KnxConverter* converter = ConverterOf(__func__, entry, dpt);
             if (converter == nullptr)
                 return false;
-            if (converter->ToKnxValue(dpt, val, gv))
+            bool converted;
+            {
+                const Detail::FacadeCall inFacade;
+                converted = converter->ToKnxValue(dpt, val, gv);
+            }
+            if (converted)
             {
                 return true;
             }
@@ -422,7 +427,12 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
         KnxConverter* converter = ConverterOf(__func__, entry, dpt);
         if (converter == nullptr)
             return false;
-        if (!converter->FromKnxValue(dpt, *source, val))
+        bool converted;
+        {
+            const Detail::FacadeCall inFacade;
+            converted = converter->FromKnxValue(dpt, *source, val);
+        }
+        if (!converted)
         {
             LUM_LOG_ERROR("Convert from KNX value failed for DPT = "
                           << Detail::DptText{dpt} << " GroupValue = " << gv.GetRawData().ToString());

@@ -417,3 +417,49 @@ TEST(ConversionSteps, EachStepLogsWhyItEnds)
     };
     RunSteps(converter, steps);
 }
+
+// A table converter handed fewer bytes than its group value's size: the
+// stack's exception ends at the facade, in the facade's one line. The date
+// converters log their own, then the facade its failure. Called on its own,
+// the converter keeps the exception to itself.
+TEST(ConversionSteps, StackExceptionsOfTableConvertersEndAtTheFacade)
+{
+    KVC converter;
+    ASSERT_TRUE(converter.Init());
+    const std::string caught = "Exception caught during conversion of GroupValue: ";
+    const struct
+    {
+        KNXDPT dpt;
+        GV gv;
+        Lines log;
+    } cases[] = {
+        {Dpt(9, 1), Group({0x0C}, 16),
+         {caught + "GetAsUnsigned16: group value holds 1 byte, 2 needed(DPT: 9.1, Value: 0C"}},
+        {Dpt(1, 1), Group({}, 1), {caught + "GetAsBoolean: group value holds 0 bytes, 1 needed(DPT: 1.1, Value: "}},
+        {Dpt(13, 1), Group({0x0C, 0x1A}, 32),
+         {caught + "GetAsSigned32: group value holds 2 bytes, 4 needed(DPT: 13.1, Value: 0C 1A"}},
+        {Dpt(10, 1), Group({0x0C}, 24),
+         {caught + "GetUInt8Value: index 1 is not inside the 1-byte buffer(DPT: 10.1, Value: 0C"}},
+        {Dpt(11, 1), Group({0x0C}, 24),
+         {"Exception caught during conversion of date: GetAsDate: group value holds 1 byte, 3 needed",
+          "Convert from KNX value failed for DPT = 11.1 GroupValue = 0C"}},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(Show(c.dpt));
+        KNXDPT dpt = c.dpt;
+        V value;
+        LumTest::LogCapture log;
+        log.SetLevel(log4cplus::INFO_LOG_LEVEL);
+        EXPECT_FALSE(converter.FromKnxValue(dpt, c.gv, value));
+        EXPECT_EQ(Logged(log), c.log);
+    }
+
+    LumTest::LogCapture log;
+    log.SetLevel(log4cplus::INFO_LOG_LEVEL);
+    V value;
+    Lum::KnxConverter& own = *converter.GetEntry(Dpt(9, 1)).converter;
+    EXPECT_FALSE(own.FromKnxValue(Dpt(9, 1), Group({0x0C}, 16), value));
+    EXPECT_EQ(Logged(log), Lines{"Exception caught during conversion of GroupValue for DPT 9.1, bytes = 0C: "
+                                 "GetAsUnsigned16: group value holds 1 byte, 2 needed"});
+}
