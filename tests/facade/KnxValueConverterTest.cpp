@@ -433,14 +433,20 @@ TEST(ConversionSteps, StackExceptionsOfTableConvertersEndAtTheFacade)
         GV gv;
         Lines log;
     } cases[] = {
-        {Dpt(9, 1), Group({0x0C}, 16),
+        {Dpt(9, 1),
+         Group({0x0C}, 16),
          {caught + "GetAsUnsigned16: group value holds 1 byte, 2 needed(DPT: 9.1, Value: 0C"}},
-        {Dpt(1, 1), Group({}, 1), {caught + "GetAsBoolean: group value holds 0 bytes, 1 needed(DPT: 1.1, Value: "}},
-        {Dpt(13, 1), Group({0x0C, 0x1A}, 32),
+        {Dpt(1, 1),
+         Group({}, 1),
+         {caught + "GetAsBoolean: group value holds 0 bytes, 1 needed(DPT: 1.1, Value: "}},
+        {Dpt(13, 1),
+         Group({0x0C, 0x1A}, 32),
          {caught + "GetAsSigned32: group value holds 2 bytes, 4 needed(DPT: 13.1, Value: 0C 1A"}},
-        {Dpt(10, 1), Group({0x0C}, 24),
+        {Dpt(10, 1),
+         Group({0x0C}, 24),
          {caught + "GetUInt8Value: index 1 is not inside the 1-byte buffer(DPT: 10.1, Value: 0C"}},
-        {Dpt(11, 1), Group({0x0C}, 24),
+        {Dpt(11, 1),
+         Group({0x0C}, 24),
          {"Exception caught during conversion of date: GetAsDate: group value holds 1 byte, 3 needed",
           "Convert from KNX value failed for DPT = 11.1 GroupValue = 0C"}},
     };
