@@ -24,7 +24,7 @@ try
     value.SetBool(group.GetAsBoolean());
     return true;
 }
-LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
+LUM_CONVERTER_CATCH(dpt, group)
 
 KnxConverter* KnxConverter1Bit::Clone() const
 {

@@ -56,7 +56,7 @@ try
         group.SetRawData(KnxStack::BinaryData(buffer, n));
     return true;
 }
-LUM_CONVERTER_CATCH_TO_KNX(dpt, value)
+LUM_CONVERTER_CATCH(dpt, value)
 
 bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, ORUVALUE& value)
 try
@@ -69,7 +69,7 @@ try
     LUM_LOG_ERROR("ByteArrayToOruValue failed. DPT=" << Detail::DptText{dpt} << " data size =" << size);
     return false;
 }
-LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)
+LUM_CONVERTER_CATCH(dpt, group)
 
 KnxConverter* KnxConverterDefault::Clone() const
 {

@@ -155,21 +155,13 @@ constexpr Refusal kTakesAll{false, nullptr};
 // conversion called on its own; it ends as a rejection with one ERROR line
 // naming the DPT and the value or bytes. Inside the facade the stack's
 // exception goes on to the facade.
-#define LUM_CONVERTER_CATCH_TO_KNX(dpt, value)                                                               \
+// `subject` is the value (ToKnxValue) or the group value (FromKnxValue).
+#define LUM_CONVERTER_CATCH(dpt, subject)                                                                    \
     catch (const std::exception& e)                                                                          \
     {                                                                                                        \
         if (::Lum::Detail::FacadeCall::PassesOn(e))                                                          \
             throw;                                                                                           \
-        ::Lum::Detail::LogToKnxException(__func__, __FILE__, __LINE__, dpt, value, e);                       \
-        return false;                                                                                        \
-    }
-
-#define LUM_CONVERTER_CATCH_FROM_KNX(dpt, group)                                                             \
-    catch (const std::exception& e)                                                                          \
-    {                                                                                                        \
-        if (::Lum::Detail::FacadeCall::PassesOn(e))                                                          \
-            throw;                                                                                           \
-        ::Lum::Detail::LogFromKnxException(__func__, __FILE__, __LINE__, dpt, group, e);                     \
+        ::Lum::Detail::LogException(LUM_CONVERTER_SITE, dpt, subject, e);                                    \
         return false;                                                                                        \
     }
 
